@@ -1,0 +1,50 @@
+// What a value type gets from its schema without help of any runtime: equality, order, and
+// whether it differs from a default-constructed value.
+//
+// Operators<T> is an empty base. It makes argument-dependent lookup find the operators below
+// for T in whatever namespace T lives.
+
+#pragma once
+
+#include <concepts>
+
+#include "describe/Schema.h"
+
+namespace describe {
+
+template <class T>
+class Operators {};
+
+template <class T>
+concept Value = Described<T> && std::derived_from<T, Operators<T>>;
+
+// A value type that is never ordered, or never hashed, says so: `static constexpr bool ordered
+// = false`. Asking for what it has not is then an error when it is compiled.
+template <class T>
+concept OrderedValue = Value<T> && !requires {
+    requires !T::ordered;
+};
+template <class T>
+concept HashedValue = Value<T> && !requires {
+    requires !T::hashed;
+};
+
+// Field by field, in the order of declaration.
+template <Value T>
+constexpr bool operator==(const T& a, const T& b) {
+    return schemaOf<T>.all([&](auto field) { return field.in(a) == field.in(b); });
+}
+
+// The first field that differs decides, with its own order.
+template <OrderedValue T>
+constexpr bool operator<(const T& a, const T& b) {
+    bool less = false;
+    (void)schemaOf<T>.any([&](auto field) {
+        if (field.in(a) == field.in(b)) return false;
+        less = field.in(a) < field.in(b);
+        return true;
+    });
+    return less;
+}
+
+}  // namespace describe

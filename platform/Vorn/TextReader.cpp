@@ -1,0 +1,122 @@
+#include "Vorn/TextReader.h"
+
+#include <limits>
+#include <string>
+
+#include "Zin/Exceptions.h"
+#include "Zin/ValueInfo.h"
+
+namespace Vorn {
+
+namespace {
+
+constexpr std::string_view decimalDigits = "0123456789";
+constexpr std::string_view hexDigits = "0123456789abcdef";
+
+}  // namespace
+
+void TextReader::fail(std::string_view expected) const {
+    constexpr std::size_t shown = 24;
+    if (rest().empty()) throw Zin::TextException(at_, expected, "the end of the text");
+    std::string found;
+    Zin::appendQuoted(found, rest().substr(0, shown));
+    if (rest().size() > shown) found += "...";
+    throw Zin::TextException(at_, expected, found);
+}
+
+bool TextReader::skip(std::string_view literal) {
+    if (!rest().starts_with(literal)) return false;
+    at_ += literal.size();
+    return true;
+}
+
+void TextReader::need(std::string_view literal) {
+    if (skip(literal)) return;
+    std::string expected;
+    Zin::appendQuoted(expected, literal);
+    fail(expected);
+}
+
+void TextReader::needEnd() const {
+    if (!rest().empty()) fail("the end of the text");
+}
+
+std::string_view TextReader::run(std::string_view characters) {
+    const std::string_view left = rest();
+    const std::string_view taken = left.substr(0, left.find_first_not_of(characters));
+    at_ += taken.size();
+    return taken;
+}
+
+std::uint64_t TextReader::number() {
+    constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    const TextReader start = *this;
+    const std::string_view digits = run(decimalDigits);
+    if (digits.empty()) start.fail("a decimal number");
+    if (digits.size() > 1 && digits[0] == '0') start.fail("a number without leading zeros");
+    std::uint64_t number = 0;
+    for (const char c : digits) {
+        const auto digit = static_cast<std::uint64_t>(c - '0');
+        if (number > (most - digit) / 10) return most;
+        number = number * 10 + digit;
+    }
+    return number;
+}
+
+std::uint64_t TextReader::number(std::uint64_t least, std::uint64_t most) {
+    const TextReader start = *this;
+    const std::uint64_t read = number();
+    // 2^64 - 1 may stand for more, so no caller may allow it.
+    if (read < least || read > most || read == std::numeric_limits<std::uint64_t>::max()) {
+        start.fail("a number from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    return read;
+}
+
+std::uint64_t TextReader::hex64() {
+    std::uint64_t number = 0;
+    for (int i = 0; i < 16; ++i) {
+        const std::size_t digit =
+            rest().empty() ? std::string_view::npos : hexDigits.find(rest()[0]);
+        if (digit == std::string_view::npos) fail("16 lower-case hexadecimal digits");
+        number = number << 4 | digit;
+        ++at_;
+    }
+    return number;
+}
+
+std::uint8_t TextReader::escapedByte() {
+    if (skip("\\")) return '\\';
+    if (skip("'")) return '\'';
+    const TextReader start = *this;
+    if (skip("x") && rest().size() >= 2) {
+        const std::size_t high = hexDigits.find(rest()[0]);
+        const std::size_t low = hexDigits.find(rest()[1]);
+        const bool digits = high != std::string_view::npos && low != std::string_view::npos;
+        const std::size_t byte = high << 4 | low;
+        if (digits && (byte < 0x20 || byte == 0x7f)) {
+            at_ += 2;
+            return static_cast<std::uint8_t>(byte);
+        }
+    }
+    start.fail("an escaped quote, backslash or control character");
+}
+
+Zin::String TextReader::quoted() {
+    need("'");
+    std::string bytes;
+    while (!skip("'")) {
+        if (rest().empty()) fail("a closing quote");
+        if (skip("\\")) {
+            bytes += static_cast<char>(escapedByte());
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(rest()[0]);
+        if (byte < 0x20 || byte == 0x7f) fail("no control character");
+        bytes += rest()[0];
+        ++at_;
+    }
+    return bytes;
+}
+
+}  // namespace Vorn

@@ -1,0 +1,5 @@
+// Marks what leaves the shared library; everything else stays hidden.
+
+#pragma once
+
+#define ZIN_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,156 @@
+// Modules and what the runtime knows of their entity types.
+//
+// A module descriptor is a constant. Its static initialiser hands it to the registry when the
+// library is loaded; from then on the runtime finds each type by handle or by name.
+// Registration order does not matter.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string_view>
+
+#include "Zin/Entity.h"
+#include "Zin/Export.h"
+#include "Zin/TypeHandle.h"
+#include "Zin/ValueInfo.h"
+
+namespace Zin {
+
+namespace NboAttrLog {
+class FlowOut;
+class In;
+class Out;
+class Sa;
+enum class TransactionType : std::uint8_t;
+}  // namespace NboAttrLog
+
+enum class AttributeKind : std::uint8_t {
+    single,                // a plain value or a value of a value type
+    collection,            // keyed values, or keys alone
+    instantiating,         // keyed child entities
+    singleton,             // one child entity, or none
+    function,              // computed
+    constructorParameter,  // given when the entity is made
+};
+
+// Sees the members of a collection, in iteration order.
+class MemberVisitor {
+  public:
+    // The value is null for a set and for a child; the child is null for all others.
+    virtual void onMember(const void* key, const void* value, const Entity* child) = 0;
+
+  protected:
+    ~MemberVisitor() = default;
+};
+
+// A member of a collection as it is stored: the value is null for a set and for a child.
+struct MemberRef {
+    bool present = false;
+    const void* value = nullptr;
+    const Entity* child = nullptr;
+};
+
+// One attribute as code that knows no types sees it. Functions that make no sense for the kind
+// are null.
+struct AttributeInfo {
+    AttributeId id;
+    AttributeKind kind;
+    bool writable;
+    // Whether the attribute log carries it.
+    bool streamed;
+    std::string_view name;
+    // Of a single value, or of a collection's members; null for children and sets.
+    const ValueInfo* value;
+    const ValueInfo* key;
+
+    // The stored value of a single attribute.
+    const void* (*valueOf)(const Entity& entity);
+    std::uint32_t (*members)(const Entity& entity);
+    void (*forEachMember)(const Entity& entity, MemberVisitor& visitor);
+    // The member under a key of the collection's key type.
+    MemberRef (*member)(const Entity& entity, const void* key);
+    const Entity* (*child)(const Entity& entity);
+
+    // --- Attribute log (frame/AttributeLog.h) ---
+    // Writes the attribute, or one member of it, to the stream or remembers it as dirty.
+    void (*send)(NboAttrLog::Sa& sa, const void* key);
+    // Goes on with a collection: the walk over all members first, then the dirty keys. False
+    // when the stream can take no more.
+    bool (*flowOut)(NboAttrLog::Sa& sa, NboAttrLog::FlowOut& flowOut);
+    void (*apply)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
+    void (*applyDeletion)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
+    // Marks all members as pending deletion; deletes those that still are.
+    void (*markAll)(Entity& entity);
+    void (*sweep)(NboAttrLog::Sa& sa);
+    // A member's key: compared, and written, for a repair request.
+    bool (*sameKey)(const void* a, const void* b);
+    std::size_t (*keySize)(const void* key);
+    void (*putKey)(NboAttrLog::Out& out, const void* key);
+    // Reads a member's key and sends what is stored under it.
+    void (*resend)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
+
+    bool isCollection() const noexcept {
+        return kind == AttributeKind::collection || kind == AttributeKind::instantiating;
+    }
+};
+
+// The hooks of one entity type, with Zin::TypeImpl<T> behind them.
+struct EntityTypeInfo {
+    std::string_view name;
+    std::span<const AttributeInfo> attributes;
+
+    // Null for a type that never stands at the top of a directory.
+    Ptr<Entity> (*newEntityForDir)(const String& name, const void* extraArguments);
+    Ptr<Entity> (*newEntityForAttrLog)(NboAttrLog::In* in);
+    void (*serializeConstructorParams)(NboAttrLog::Out& out, const Entity& entity);
+    std::size_t (*attrLogSizeCtorParams)(const Entity& entity);
+    Ptr<NboAttrLog::FlowOut> (*newFlowOut)(NboAttrLog::Sa* sa, bool initial, AttributeId start);
+    int (*streamAdapterOnAttribute)(NboAttrLog::Sa* sa, AttributeId id, const void* key);
+    std::int32_t (*handleAttrFlowOut)(
+        NboAttrLog::Sa* sa,
+        AttributeId start,
+        NboAttrLog::FlowOut* flowOut);
+    int (*freeResyncState)(NboAttrLog::FlowOut* flowOut);
+    void (*doHandleAttrTransaction)(
+        NboAttrLog::Sa* sa,
+        AttributeId id,
+        NboAttrLog::TransactionType type);
+    void (*doHandleAttrDeserialization)(
+        NboAttrLog::Sa* sa,
+        AttributeId id,
+        bool fromReadOnlyProxy,
+        std::uint32_t length,
+        NboAttrLog::In* in);
+
+    // The attribute with this id or this name, or null. Logarithmic, and linear.
+    ZIN_EXPORT const AttributeInfo* attribute(AttributeId id) const noexcept;
+    ZIN_EXPORT const AttributeInfo* attribute(std::string_view name) const noexcept;
+};
+
+struct ZinModule {
+    std::string_view name;
+    // By type index; null where the index is that of a type which is no entity type.
+    std::span<const EntityTypeInfo* const> types;
+    // Differs when the module's types, attributes or fields differ: two peers of one
+    // fingerprint read each other's messages alike.
+    std::uint64_t fingerprint;
+};
+
+// Adds a module to the registry. A second module of the same name is a fatal assertion.
+ZIN_EXPORT void zinModuleIs(const ZinModule* module);
+
+// Hands a module to the registry when it is loaded.
+struct ModuleRegistration {
+    explicit ModuleRegistration(const ZinModule* module) { zinModuleIs(module); }
+};
+
+// All modules, in the order of their names.
+ZIN_EXPORT void forEachModule(const std::function<void(const ZinModule&)>& visit);
+
+// The module, or the entity type with this qualified name, or null (a handle that names none).
+ZIN_EXPORT const ZinModule* moduleNamed(std::string_view name);
+ZIN_EXPORT ZinTypeBase typeNamed(std::string_view qualifiedName);
+
+}  // namespace Zin

@@ -1,0 +1,127 @@
+// In reads one message's payload. It never looks behind the payload's end: each read checks
+// what is left first, and a length that was announced is compared with what is there before
+// anything is allocated for it. What does not fit throws a DecodeException with the position.
+
+#pragma once
+
+#include <array>
+#include <bit>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <type_traits>
+
+#include "Zin/Exceptions.h"
+#include "Zin/Export.h"
+#include "Zin/NboAttrLogOut.h"
+#include "Zin/String.h"
+#include "describe/Value.h"
+
+namespace Zin::NboAttrLog {
+
+// Received bytes are not what they should be. The position counts from the start of the
+// payload.
+class ZIN_EXPORT DecodeException : public Exception {
+  public:
+    DecodeException(std::size_t position, std::string_view expected, std::string_view found);
+    ~DecodeException() override;
+
+    std::size_t position() const noexcept { return position_; }
+
+  private:
+    std::size_t position_;
+};
+
+class ZIN_EXPORT In {
+  public:
+    // REQUIRES: the payload outlives this object.
+    explicit In(std::span<const std::byte> payload) : payload_(payload) {}
+
+    bool nextbool();
+    std::uint8_t nextU8() { return nextWord<std::uint8_t>(); }
+    std::uint16_t nextU16() { return nextWord<std::uint16_t>(); }
+    std::uint32_t nextU32() { return nextWord<std::uint32_t>(); }
+    std::uint64_t nextU64() { return nextWord<std::uint64_t>(); }
+    double nextDouble() { return std::bit_cast<double>(nextU64()); }
+    String nextString();
+    // A string that is a key: read like any other, named apart because a key is looked up.
+    String nextValidString() { return nextString(); }
+
+    // The entity id that follows, without consuming it.
+    std::uint32_t peekEntityId() const;
+
+    std::size_t position() const { return at_; }
+    std::size_t left() const { return payload_.size() - at_; }
+    std::span<const std::byte> rest() const { return payload_.subspan(at_); }
+    void skip(std::size_t size);
+
+    // Throws unless all of the payload was read.
+    void requireEnd() const;
+
+    template <class T>
+    T next();
+
+    [[noreturn]] void fail(std::string_view expected, std::string_view found) const;
+
+  private:
+    template <std::unsigned_integral Word>
+    Word nextWord() {
+        if (left() < sizeof(Word)) [[unlikely]] {
+            failShort(sizeof(Word));
+        }
+        Word word = wordAt<Word>(at_);
+        at_ += sizeof(Word);
+        return word;
+    }
+    template <std::unsigned_integral Word>
+    Word wordAt(std::size_t at) const {
+        std::uint64_t word = 0;
+        for (std::size_t i = 0; i < sizeof(Word); ++i) {
+            word = word << 8 | std::to_integer<std::uint64_t>(payload_[at + i]);
+        }
+        return static_cast<Word>(word);
+    }
+    [[noreturn]] void failShort(std::size_t needed) const;
+
+    std::span<const std::byte> payload_;
+    std::size_t at_ = 0;
+};
+
+template <class T>
+concept ReadsItself = requires(In& in) {
+    { T::attrLogNext(in) } -> std::same_as<T>;
+};
+
+template <class T>
+T In::next() {
+    if constexpr (ReadsItself<T>) {
+        return T::attrLogNext(*this);
+    } else if constexpr (std::same_as<T, bool>) {
+        return nextbool();
+    } else if constexpr (std::is_enum_v<T>) {
+        // Narrowed on purpose: an enumeration is kept in fewer bits than it travels in.
+        return static_cast<T>(nextU32());
+    } else if constexpr (std::floating_point<T>) {
+        return static_cast<T>(nextDouble());
+    } else if constexpr (std::integral<T>) {
+        return static_cast<T>(nextWord<std::make_unsigned_t<T>>());
+    } else if constexpr (IsByteArray<T>::value) {
+        T bytes;
+        for (std::uint8_t& byte : bytes) byte = nextU8();
+        return bytes;
+    } else if constexpr (std::same_as<T, String>) {
+        return nextString();
+    } else {
+        static_assert(
+            describe::Described<T>,
+            "This type has no wire form: give it a schema().");
+        T value;
+        describe::schemaOf<T>.forEach(
+            [&](auto field) { field.in(value) = next<typename decltype(field)::Value>(); });
+        return value;
+    }
+}
+
+}  // namespace Zin::NboAttrLog

@@ -1,0 +1,117 @@
+// Out writes one message's payload in network byte order into room that was measured
+// beforehand: the size of what is written is known (attrLogSize) before its first byte, so that
+// nothing is checked or moved while it is written. Bytes are made by shifting, never by copying
+// memory.
+
+#pragma once
+
+#include <array>
+#include <bit>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "Zin/Assert.h"
+#include "Zin/String.h"
+#include "describe/Value.h"
+
+namespace Zin::NboAttrLog {
+
+class Out {
+  public:
+    // REQUIRES: [begin, end) outlives this object.
+    Out(std::byte* begin, std::byte* end) : at_(begin), end_(end) {}
+
+    template <std::unsigned_integral Word>
+    void put(Word word) {
+        std::byte* const at = advance(sizeof word);
+        for (std::size_t i = 0; i < sizeof word; ++i) {
+            at[i] = static_cast<std::byte>(word >> (8 * (sizeof word - 1 - i)));
+        }
+    }
+    void put(const std::byte* bytes, std::size_t size) {
+        std::byte* const at = advance(size);
+        if (size != 0) std::memcpy(at, bytes, size);
+    }
+
+    std::size_t room() const { return static_cast<std::size_t>(end_ - at_); }
+
+  private:
+    std::byte* advance(std::size_t size) {
+        ZIN_ASSERT(size <= room(), "NboAttrLogOut");
+        std::byte* const at = at_;
+        at_ += size;
+        return at;
+    }
+
+    std::byte* at_;
+    std::byte* end_;
+};
+
+template <class T>
+struct IsByteArray : std::false_type {};
+template <std::size_t size>
+struct IsByteArray<std::array<std::uint8_t, size>> : std::true_type {};
+
+// A type outside of the rules below supplies attrLogSize(), writes itself with attrLogPut(Out&)
+// and is read by a static attrLogNext(In&).
+template <class T>
+concept WritesItself = requires(const T& value, Out& out) {
+    { value.attrLogSize() } -> std::same_as<std::size_t>;
+    value.attrLogPut(out);
+};
+
+// Bytes that a value takes: a bool one, integers their width, enumerations four, floating point
+// eight, a string four more than its length, a value type the sum of its fields.
+template <class T>
+constexpr std::size_t attrLogSize(const T& value) {
+    if constexpr (WritesItself<T>) {
+        return value.attrLogSize();
+    } else if constexpr (std::same_as<T, bool>) {
+        return 1;
+    } else if constexpr (std::is_enum_v<T>) {
+        return 4;
+    } else if constexpr (std::floating_point<T>) {
+        return 8;
+    } else if constexpr (std::integral<T> || IsByteArray<T>::value) {
+        return sizeof(T);
+    } else if constexpr (std::same_as<T, String>) {
+        return 4 + value.size();
+    } else {
+        static_assert(
+            describe::Described<T>,
+            "This type has no wire form: give it a schema().");
+        std::size_t size = 0;
+        describe::schemaOf<T>.forEach(
+            [&](auto field) { size += attrLogSize(field.in(value)); });
+        return size;
+    }
+}
+
+template <class T>
+Out& operator<<(Out& out, const T& value) {
+    if constexpr (WritesItself<T>) {
+        value.attrLogPut(out);
+    } else if constexpr (std::same_as<T, bool>) {
+        out.put(static_cast<std::uint8_t>(value));
+    } else if constexpr (std::is_enum_v<T>) {
+        out.put(static_cast<std::uint32_t>(value));
+    } else if constexpr (std::floating_point<T>) {
+        out.put(std::bit_cast<std::uint64_t>(static_cast<double>(value)));
+    } else if constexpr (std::integral<T>) {
+        out.put(static_cast<std::make_unsigned_t<T>>(value));
+    } else if constexpr (IsByteArray<T>::value) {
+        for (const std::uint8_t byte : value) out.put(byte);
+    } else if constexpr (std::same_as<T, String>) {
+        const std::string_view bytes = value.view();
+        out.put(static_cast<std::uint32_t>(bytes.size()));
+        out.put(reinterpret_cast<const std::byte*>(bytes.data()), bytes.size());
+    } else {
+        describe::schemaOf<T>.forEach([&](auto field) { out << field.in(value); });
+    }
+    return out;
+}
+
+}  // namespace Zin::NboAttrLog
