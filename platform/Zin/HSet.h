@@ -1,0 +1,19 @@
+// HSet is a hashed set of keys: a HashMap2018 without values. Sets with different seeds hash
+// the same key differently.
+
+#pragma once
+
+#include <cstdint>
+
+#include "Zin/HashMap2018.h"
+
+namespace Zin {
+
+template <class K, std::uint32_t seed>
+class HSet
+    : public HashMap2018<HashMap2018NodeExternKey<false, seed, K, void, false>, K, void> {};
+
+template <class K, std::uint32_t seed>
+inline constexpr bool triviallyRelocatable<HSet<K, seed>> = true;
+
+}  // namespace Zin

@@ -1,0 +1,230 @@
+// The memory of hashed collections: a trie over the top bits of a 32-bit key hash. Its inner
+// nodes are directories of 2 to 128 slots, its leaves are buckets of at most 15 entries, or a
+// collision list where more entries than that share all 32 bits.
+//
+// A bucket of local depth d in a directory of b bits fills 2^(b-d) neighbouring slots. The
+// shape is canonical: a range of hashes that share a prefix is divided exactly when it has more
+// than 15 members, so equal sets of keys are laid out alike whatever their history. (The width
+// of a directory and the capacity of a bucket may differ: they change no order.)
+//
+// Entries never move inside a bucket. Their key order stands in one word beside them and is
+// settled at the first ordered use, so that an insertion compares no keys.
+//
+// Directories, buckets and lists are reference-counted. One that has several references is
+// shared by copies of a map, perhaps on different threads, and nothing in it changes but that
+// order word, which every reader would set to the same value.
+//
+// Internal to the hashed collections. ZIN_HASHMAP_PORTABLE selects, for tests, what machines
+// without SSE2 and without 64-bit atomics use.
+
+#pragma once
+
+#include <atomic>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "Zin/Export.h"
+
+#if defined(__SSE2__) && !defined(ZIN_HASHMAP_PORTABLE)
+#include <emmintrin.h>
+#define ZIN_HASHMAP_SSE2 1
+#endif
+
+namespace Zin::hashed {
+
+inline constexpr unsigned hashBits = 32;
+inline constexpr unsigned bucketMax = 15;
+inline constexpr unsigned directoryBitsMax = 7;
+// Directories on a path: all but the last consume seven bits.
+inline constexpr unsigned levelsMax = (hashBits + directoryBitsMax - 1) / directoryBitsMax;
+
+// Whether an order word may be settled late: another thread may read it at the same time.
+#if defined(ZIN_HASHMAP_PORTABLE)
+inline constexpr bool settlesLate = false;
+#else
+inline constexpr bool settlesLate = std::atomic<std::uint64_t>::is_always_lock_free;
+#endif
+
+// An order word: 15 nibbles of entry positions, and in the top nibble how many of the first
+// ones are in key order already. The others follow in order of insertion; unused nibbles are 0.
+namespace order {
+
+inline constexpr std::uint64_t positions = ~std::uint64_t{0} >> 4;
+inline constexpr std::uint64_t ones = 0x1111111111111111;  // in each nibble
+
+constexpr std::uint64_t firstNibbles(unsigned count) noexcept {
+    return (std::uint64_t{1} << 4 * count) - 1;
+}
+constexpr unsigned settled(std::uint64_t word) noexcept {
+    return static_cast<unsigned>(word >> 60);
+}
+constexpr unsigned position(std::uint64_t word, unsigned index) noexcept {
+    return static_cast<unsigned>(word >> 4 * index) & 15;
+}
+constexpr std::uint64_t inOrder(unsigned count) noexcept {
+    return (std::uint64_t{0xEDCBA9876543210} & firstNibbles(count)) | std::uint64_t{count}
+                                                                          << 60;
+}
+constexpr std::uint64_t
+appended(std::uint64_t word, unsigned count, unsigned position) noexcept {
+    return word | std::uint64_t{position} << 4 * count;
+}
+// REQUIRES: word is without its top nibble and has a free nibble.
+constexpr std::uint64_t
+inserted(std::uint64_t word, unsigned index, unsigned position) noexcept {
+    const std::uint64_t before = firstNibbles(index);
+    return (word & before) | std::uint64_t{position} << 4 * index | (word & ~before) << 4;
+}
+// REQUIRES: the word contains the position.
+constexpr std::uint64_t erased(std::uint64_t word, unsigned position) noexcept {
+    const std::uint64_t body = word & positions;
+    // The lowest nibble that equals the position: the lowest zero nibble after the exclusive
+    // or.
+    const std::uint64_t differing = body ^ position * ones;
+    const std::uint64_t zeros = (differing - ones) & ~differing & ones << 3;
+    const unsigned index = static_cast<unsigned>(std::countr_zero(zeros)) >> 2;
+    const std::uint64_t before = firstNibbles(index);
+    const unsigned inOrder = settled(word);
+    return (body & before) | ((body >> 4) & ~before) |
+           std::uint64_t{inOrder - (index < inOrder ? 1U : 0U)} << 60;
+}
+
+}  // namespace order
+
+// What directories, buckets and lists start with.
+struct Counted {
+    std::uint32_t references;
+};
+
+// One byte of the hash, never 0, tells most other entries apart before keys are compared.
+constexpr std::uint8_t fingerprintOf(std::uint32_t hash) noexcept {
+    const unsigned low = hash & 0xff;
+    return static_cast<std::uint8_t>(low + (low == 0 ? 1 : 0));
+}
+
+// Bit i is set where bytes[i] equals the byte, for 16 bytes at a 16-byte boundary.
+inline unsigned matchingBytes(const std::uint8_t* bytes, std::uint8_t byte) noexcept {
+#if defined(ZIN_HASHMAP_SSE2)
+    const __m128i all = _mm_load_si128(reinterpret_cast<const __m128i*>(bytes));
+    const __m128i wanted = _mm_set1_epi8(static_cast<char>(byte));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(all, wanted)));
+#else
+    const auto half = [byte](const std::uint8_t* from) {
+        constexpr std::uint64_t lowSeven = 0x7f7f7f7f7f7f7f7f;
+        std::uint64_t word = 0;  // by shifts: byte 0 comes out lowest on every machine
+        for (unsigned i = 0; i < 8; ++i) word |= std::uint64_t{from[i]} << 8 * i;
+        word ^= byte * std::uint64_t{0x0101010101010101};
+        const std::uint64_t zeros = ~(((word & lowSeven) + lowSeven) | word | lowSeven);
+        return static_cast<unsigned>((zeros >> 7) * std::uint64_t{0x0102040810204080} >> 56);
+    };
+    return half(bytes) | half(bytes + 8) << 8;
+#endif
+}
+
+struct alignas(16) Bucket : Counted {
+    std::uint16_t marks;  // bit i: the entry at position i is marked for deletion
+    std::uint8_t count : 4;
+    std::uint8_t capacity : 4;  // 0 in the constants that stand for empty ranges
+    std::uint8_t depth;         // bits of its directory that its members share
+    std::atomic<std::uint64_t> orderWord;
+    std::uint8_t fingerprints[16];  // 0 marks a free position; the last byte is always 0
+
+    std::uint64_t order() const noexcept { return orderWord.load(std::memory_order_relaxed); }
+    void orderIs(std::uint64_t word) noexcept {
+        orderWord.store(word, std::memory_order_relaxed);
+    }
+    bool settled() const noexcept { return order::settled(order()) == count; }
+
+    char* entries() noexcept { return reinterpret_cast<char*>(this + 1); }
+    const char* entries() const noexcept { return reinterpret_cast<const char*>(this + 1); }
+
+    unsigned matches(std::uint32_t hash) const noexcept {
+        return matchingBytes(fingerprints, fingerprintOf(hash));
+    }
+    unsigned freePositions() const noexcept {
+        return matchingBytes(fingerprints, 0) & ((1U << capacity) - 1);
+    }
+    unsigned usedPositions() const noexcept { return ~matchingBytes(fingerprints, 0) & 0x7fff; }
+
+    // The entry that was built at a free position becomes a member, with no place in the order
+    // yet.
+    void adopt(unsigned position, std::uint32_t hash) noexcept {
+        fingerprints[position] = fingerprintOf(hash);
+        orderIs(order::appended(order(), count, position));
+        count = (count + 1) & 15;
+    }
+    void forget(unsigned position) noexcept {
+        fingerprints[position] = 0;
+        marks = static_cast<std::uint16_t>(marks & ~(1U << position));
+        orderIs(order::erased(order(), position));
+        count = (count - 1) & 15;
+    }
+};
+static_assert(sizeof(Bucket) == 32);
+
+// Entries in key order; behind them a byte for each that is 1 where it is marked for deletion.
+struct alignas(16) CollisionList : Counted {
+    std::uint32_t count;
+    std::uint32_t capacity;
+
+    char* entries() noexcept { return reinterpret_cast<char*>(this + 1); }
+    const char* entries() const noexcept { return reinterpret_cast<const char*>(this + 1); }
+    std::uint8_t* marks(std::size_t entrySize) noexcept {
+        return reinterpret_cast<std::uint8_t*>(entries()) + entrySize * capacity;
+    }
+};
+
+// A pointer to a directory, bucket or list; the low four bits tell which, and how wide.
+using Slot = std::uintptr_t;
+inline constexpr Slot tagMask = 15;
+inline constexpr unsigned bucketTag = 0;  // 1 to 7: a directory of so many bits
+inline constexpr unsigned listTag = 8;
+
+constexpr unsigned tagOf(Slot slot) noexcept {
+    return static_cast<unsigned>(slot & tagMask);
+}
+constexpr bool isDirectory(Slot slot) noexcept {
+    return tagOf(slot) != bucketTag && tagOf(slot) != listTag;
+}
+inline Bucket& bucketOf(Slot slot) noexcept {
+    return *reinterpret_cast<Bucket*>(slot);
+}
+inline CollisionList& listOf(Slot slot) noexcept {
+    return *reinterpret_cast<CollisionList*>(slot - listTag);
+}
+
+// Followed by 2^bits slots.
+struct Directory : Counted {
+    std::uint32_t reserved;
+
+    Slot* slots() noexcept { return reinterpret_cast<Slot*>(this + 1); }
+};
+static_assert(sizeof(Directory) == 8);
+
+inline Directory& directoryOf(Slot slot) noexcept {
+    return *reinterpret_cast<Directory*>(slot & ~tagMask);
+}
+
+// Empty ranges of each local depth. They are not counted and never written.
+ZIN_EXPORT extern const Bucket emptyBuckets[directoryBitsMax + 1];
+
+inline Slot emptySlot(unsigned depth) noexcept {
+    return reinterpret_cast<Slot>(&emptyBuckets[depth]);
+}
+
+// The bucket or list whose range of hashes contains this one.
+inline Slot leafOf(Slot slot, std::uint32_t hash) noexcept {
+    while (const unsigned bits = tagOf(slot)) {
+        if (bits == listTag) [[unlikely]] {
+            break;
+        }
+        const std::uint64_t shifted = std::uint64_t{hash} << bits;
+        slot = directoryOf(slot).slots()[shifted >> 32];
+        hash = static_cast<std::uint32_t>(shifted);
+    }
+    return slot;
+}
+
+}  // namespace Zin::hashed

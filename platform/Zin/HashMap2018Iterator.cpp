@@ -1,0 +1,222 @@
+#include "Zin/HashMap2018Iterator.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Zin/HashMap2018Trie.h"
+
+namespace Zin {
+
+using namespace hashed;
+
+namespace {
+
+Chunk listChunk(const char* entries, std::uint32_t count) noexcept {
+    const std::uint32_t now = std::min<std::uint32_t>(count, bucketMax);
+    return {entries, order::inOrder(now) & order::positions, now, count - now};
+}
+
+}  // namespace
+
+Chunk hashed::firstChunk(const HashMap2018VTable& vt, Slot leaf) noexcept {
+    if (tagOf(leaf) == listTag) return listChunk(listOf(leaf).entries(), listOf(leaf).count);
+    Bucket& bucket = bucketOf(leaf);
+    HashMap2018Generic::settle(vt, bucket);
+    return {bucket.entries(), bucket.order() & order::positions, bucket.count, 0};
+}
+
+Chunk hashed::firstChunkFrom(
+    const HashMap2018VTable& vt,
+    const HashMap2018Generic::LeafRange& range,
+    std::uint32_t from) noexcept {
+    Chunk all = firstChunk(vt, range.leaf);
+    if (range.begin == from) return all;
+    // Ranges were united since: what lies before was visited. A list has one hash only.
+    std::uint32_t hashes[bucketMax] = {};
+    std::uint32_t hashAt[bucketMax] = {};
+    unsigned used = bucketOf(range.leaf).usedPositions();
+    vt.hashNodes(all.entries, used, hashes);
+    for (unsigned i = 0; used != 0; used &= used - 1)
+        hashAt[std::countr_zero(used)] = hashes[i++];
+    Chunk rest{all.entries, 0, 0, 0};
+    for (unsigned i = 0; i < all.left; ++i) {
+        const unsigned position = order::position(all.order, i);
+        if (hashAt[position] >= from) {
+            rest.order = order::appended(rest.order, rest.left++, position);
+        }
+    }
+    return rest;
+}
+
+Chunk hashed::nextChunk(const HashMap2018VTable& vt, const Chunk& chunk) noexcept {
+    return listChunk(chunk.entries + bucketMax * vt.entrySize, chunk.listLeft);
+}
+
+// ---- safe ----
+
+HashMap2018IteratorGeneric::HashMap2018IteratorGeneric(
+    const HashMap2018IteratorGeneric& other) noexcept
+    : hashMap_(other.hashMap_),
+      pinned_(other.pinned_),
+      family_(other.family_),
+      iter_(other.iter_),
+      chunk_(other.chunk_),
+      next_(other.next_),
+      changes_(other.changes_) {
+    if (pinned_) {
+        retain(pinned_);
+        HashMap2018Generic::retainFamily(family_);
+    }
+}
+
+void HashMap2018IteratorGeneric::assign(
+    const VTable& vt,
+    const HashMap2018IteratorGeneric& other) noexcept {
+    HashMap2018IteratorGeneric copy(other);
+    dispose(vt);
+    hashMap_ = copy.hashMap_;
+    pinned_ = copy.pinned_;
+    family_ = copy.family_;
+    iter_ = copy.iter_;
+    chunk_ = copy.chunk_;
+    next_ = copy.next_;
+    changes_ = copy.changes_;
+}
+
+void HashMap2018IteratorGeneric::unpin(const VTable& vt) noexcept {
+    vt.bktHdrRefDec(vt, std::exchange(pinned_, 0));
+    HashMap2018Generic::leaveFamily(std::exchange(family_, nullptr));
+}
+
+const void* HashMap2018IteratorGeneric::currNodeNonStale(const VTable& vt) const noexcept {
+    ZIN_ASSERT(!markedForDeletion(vt), "HashMap2018");
+    return currNode(vt);
+}
+
+const void* HashMap2018IteratorGeneric::currNode(const VTable& vt) const noexcept {
+    ZIN_ASSERT(iter_, "HashMap2018");
+    if (changes_ == hashMap_->changes()) return iter_;
+    const void* const now = hashMap_->lookupLikeG(vt, iter_);
+    return now ? now : iter_;
+}
+
+bool HashMap2018IteratorGeneric::markedForDeletion(const VTable& vt) const noexcept {
+    ZIN_ASSERT(iter_, "HashMap2018");
+    return changes_ != hashMap_->changes() && !hashMap_->lookupLikeG(vt, iter_);
+}
+
+bool HashMap2018IteratorGeneric::equal(
+    const VTable& vt,
+    const HashMap2018IteratorGeneric& a,
+    const HashMap2018IteratorGeneric& b) noexcept {
+    if (!a.iter_ || !b.iter_) return a.iter_ == b.iter_;
+    return a.hashMap_ == b.hashMap_ && vt.compareOrLruUnlink(nullptr, a.iter_, b.iter_) == 0;
+}
+
+bool HashMap2018IteratorGeneric::takeNext(const VTable& vt) noexcept {
+    for (;;) {
+        while (chunk_.left > 0) {
+            iter_ = chunk_.take(vt.entrySize);
+            if (changes_ == hashMap_->changes() || hashMap_->lookupLikeG(vt, iter_))
+                return true;
+        }
+        if (chunk_.listLeft == 0) return false;
+        chunk_ = nextChunk(vt, chunk_);
+    }
+}
+
+void HashMap2018IteratorGeneric::advancePast(const VTable& vt) noexcept {
+    if (!takeNext(vt)) nextLeaf(vt);
+}
+
+void HashMap2018IteratorGeneric::nextLeaf(const VTable& vt) noexcept {
+    dispose(vt);
+    iter_ = nullptr;
+    chunk_ = {};
+    while (next_ < HashMap2018Generic::hashEnd && hashMap_->members() != 0) {
+        const auto from = static_cast<std::uint32_t>(next_);
+        const HashMap2018Generic::LeafRange range = hashMap_->leafRange(from);
+        next_ = range.end;
+        changes_ = hashMap_->changes();
+        chunk_ = firstChunkFrom(vt, range, from);
+        if (chunk_.left == 0) continue;
+        pinned_ = range.leaf;
+        family_ = hashMap_->joinFamily();
+        retain(pinned_);
+        iter_ = chunk_.take(vt.entrySize);
+        return;
+    }
+    next_ = HashMap2018Generic::hashEnd;
+}
+
+// ---- unsafe ----
+
+namespace {
+
+// In large maps the last directories are narrow. Their leaves are fetched while those of the
+// directory before are visited. Each lies on a page of its own, and processors drop prefetches
+// for which they would have to walk the page table; so the header is read.
+constexpr unsigned narrowBits = 4;
+
+void fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept {
+    if (tagOf(leaf) != bucketTag) return;
+    static_cast<void>(bucketOf(leaf).order());
+    constexpr std::size_t lineBytes = 64;
+    const std::size_t bytes = std::min<std::size_t>(10 * vt.entrySize, 16 * lineBytes);
+    for (std::size_t offset = 0; offset < bytes; offset += lineBytes) {
+        __builtin_prefetch(bucketOf(leaf).entries() + offset);
+    }
+}
+
+void fetchLeaves(const HashMap2018VTable& vt, Slot slot) noexcept {
+    if (!isDirectory(slot) || tagOf(slot) > narrowBits) return;
+    const Slot* const slots = directoryOf(slot).slots();
+    for (std::size_t i = 0; i < std::size_t{1} << tagOf(slot); ++i) {
+        if (i == 0 || slots[i] != slots[i - 1]) fetchLeaf(vt, slots[i]);
+    }
+}
+
+}  // namespace
+
+void HashMap2018UnsafeIteratorConstGeneric::enterDirectory(const VTable& vt) noexcept {
+    slot_ = &hashMap_->root_;
+    slotsEnd_ = slot_ + 1;
+    bits_ = 0;
+    slotBits_ = hashBits;
+    auto left = static_cast<std::uint32_t>(next_);
+    while (isDirectory(*slot_)) {
+        const Slot directory = *slot_;
+        const Slot* const slots = directoryOf(directory).slots();
+        if (slotsEnd_ - slot_ > 1) fetchLeaves(vt, slot_[1]);
+        bits_ = static_cast<std::uint8_t>(tagOf(directory));
+        slotBits_ = static_cast<std::uint8_t>(slotBits_ - bits_);
+        const std::uint64_t shifted = std::uint64_t{left} << bits_;
+        slot_ = slots + (shifted >> 32);
+        slotsEnd_ = slots + (std::size_t{1} << bits_);
+        left = static_cast<std::uint32_t>(shifted);
+    }
+}
+
+void HashMap2018UnsafeIteratorConstGeneric::nextLeaf(const VTable& vt) noexcept {
+    if (chunk_.listLeft > 0) {
+        chunk_ = nextChunk(vt, chunk_);
+        iter_ = chunk_.take(vt.entrySize);
+        return;
+    }
+    while (next_ < HashMap2018Generic::hashEnd) {
+        if (slot_ == slotsEnd_ || isDirectory(*slot_)) enterDirectory(vt);
+        const Slot leaf = *slot_;
+        const std::size_t slots =
+            tagOf(leaf) == listTag ? 1 : std::size_t{1} << (bits_ - bucketOf(leaf).depth);
+        slot_ += slots;
+        next_ += std::uint64_t{slots} << slotBits_;
+        if (slot_ != slotsEnd_) __builtin_prefetch(&directoryOf(*slot_));
+        chunk_ = firstChunk(vt, leaf);
+        if (chunk_.left == 0) continue;
+        iter_ = chunk_.take(vt.entrySize);
+        return;
+    }
+    iter_ = nullptr;
+}
+
+}  // namespace Zin
