@@ -1,0 +1,294 @@
+// EntityOf is what an entity type gets from its schema: its handle, its name, how it is made
+// and unmade, and the bodies of its mutators.
+//
+// A mutator changes the state first and then, only if something really changed, tells the
+// reactors: a scalar by its id, a collection's member by id and key, once, before the mutator
+// returns. Where memory runs out nothing has changed. What a reactor throws reaches the caller
+// after the change.
+
+#pragma once
+
+#include <new>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "Zin/AllocTrack.h"
+#include "Zin/Entity.h"
+#include "Zin/Export.h"
+#include "Zin/HashMap2018.h"
+#include "frame/Attribute.h"
+
+namespace frame {
+
+// Lets make(), and nobody else, call the constructor of an entity.
+class Construct {
+    template <class T, class... Arguments>
+    friend Zin::Ptr<T> make(const Arguments&... arguments);
+    constexpr Construct() = default;
+};
+
+// A new entity, notification-active, held by the reference that is returned. The allocation is
+// reported before it is made; what throws on the way leaves nothing behind.
+template <class T, class... Arguments>
+Zin::Ptr<T> make(const Arguments&... arguments) {
+    T::zinAllocTrackTypeInfo_.trackAllocation(typeid(T), sizeof(T));
+    void* memory = nullptr;
+    Zin::Ptr<T> made;
+    try {
+        memory = Zin::PtrInterface::zinMemAlloc(sizeof(T));
+        made = Zin::Ptr<T>(new (memory) T(Construct(), arguments...));
+    } catch (...) {
+        if (memory) Zin::PtrInterface::zinMemFree(memory, sizeof(T));
+        T::zinAllocTrackTypeInfo_.trackDeallocation(typeid(T), sizeof(T));
+        throw;
+    }
+    made->hasNotificationActiveIs(true);
+    return made;
+}
+
+template <class T>
+class FlowOutOf;
+template <class T, class A>
+struct AttributeLogOf;
+
+// The base of an entity type T that is made with a name. A type with further constructor
+// parameters hides ConstructorArguments and constructorArguments().
+template <class T>
+class ZIN_EXPORT EntityOf : public Zin::Entity {
+  public:
+    using ConstructorArguments = std::tuple<Zin::String>;
+    using FlowOut = FlowOutOf<T>;
+
+    Zin::String name() const override { return name_; }
+    const Zin::String& entityName() const noexcept { return name_; }
+    ConstructorArguments constructorArguments() const { return {name_}; }
+
+    Zin::ZinTypeBase fwkType() const final {
+        return {entitySchemaOf<T>.module, entitySchemaOf<T>.index};
+    }
+    Zin::NotifieeListDescriptor notifieeList() const final { return {1, &notifieeList_}; }
+
+    // Children first, so that reactors hear of each; then the reactors; then the members, last
+    // declared first; then the memory.
+    static void operator delete(EntityOf* object, std::destroying_delete_t) {
+        T* const self = static_cast<T*>(object);
+        self->deleteChildren();
+        self->notifieeList_.deleteAll();
+        self->~T();
+        Zin::PtrInterface::zinMemFree(self, sizeof(T));
+        zinAllocTrackTypeInfo_.trackDeallocation(typeid(T), sizeof(T));
+    }
+
+    static inline constinit Zin::AllocTrackTypeInfo zinAllocTrackTypeInfo_;
+
+  protected:
+    EntityOf(Construct, const Zin::String& name) : name_(name) {}
+
+    // --- Single values ---
+    template <auto member>
+    void valueIs(const describe::ValueOf<member>& value) {
+        using V = describe::ValueOf<member>;
+        V& stored = self().*member;
+        if (stored == value) return;
+        if constexpr (std::is_trivially_copyable_v<V>) {
+            stored = value;
+        } else {
+            // The copy may run out of memory; moving it in cannot.
+            V copy(value);
+            stored = std::move(copy);
+        }
+        notify(AttributeFor<T, member>::id, nullptr);
+    }
+
+    // --- Value collections and sets ---
+    // Inserts or overwrites: (key, value), (value) where the key lies inside it, (key) for a
+    // set.
+    template <auto member, class... Arguments>
+    void memberIs(const Arguments&... arguments) {
+        using C = describe::ValueOf<member>;
+        C& collection = self().*member;
+        if (notifieeList_.empty()) {
+            collection.put(arguments...);
+            return;
+        }
+        // The key may lie in the entry, which changes now and which a reactor may remove.
+        const typename C::Key kept = [](const auto& first, const auto&...) {
+            if constexpr (KeyInsideValue<C>) {
+                return keyInside<C>(first);
+            } else {
+                return first;
+            }
+        }(arguments...);
+        if (collection.put(arguments...) == Zin::Put::unchanged) return;
+        notify(AttributeFor<T, member>::id, &kept);
+    }
+
+    // The removed value, or a default one when the key was absent.
+    template <auto member>
+    auto memberDel(const typename describe::ValueOf<member>::Key& key) {
+        using C = describe::ValueOf<member>;
+        // The key may lie in the entry that goes.
+        const typename C::Key kept(key);
+        if constexpr (SetCollection<C>) {
+            if ((self().*member).erase(kept)) notify(AttributeFor<T, member>::id, &kept);
+        } else {
+            typename C::Value removed{};
+            if ((self().*member).erase(kept, &removed)) {
+                notify(AttributeFor<T, member>::id, &kept);
+            }
+            return removed;
+        }
+    }
+
+    template <auto member>
+    void membersDelAll() {
+        auto& collection = self().*member;
+        if (notifieeList_.empty()) {
+            collection.clear();
+            return;
+        }
+        const Zin::Ptr<Zin::Entity> guard(this);
+        for (auto it = collection.iterator(); it; ++it) memberDel<member>(it.key());
+    }
+
+    // The stored value, or a default one when the key is absent. Never inserts.
+    template <auto member>
+    auto memberOf(const typename describe::ValueOf<member>::Key& key) const {
+        using V = typename describe::ValueOf<member>::Value;
+        const auto* const node = (self().*member).lookup(key);
+        return node ? V(node->value()) : V{};
+    }
+
+    // --- Child entities ---
+    // The child under the key, made when there is none. Throws MutatorReinstantiatingException
+    // when there is one that was made with other arguments.
+    template <auto member, class... More>
+    auto childIs(const typename describe::ValueOf<member>::Key& key, const More&... more) {
+        using C = describe::ValueOf<member>;
+        using Child = ChildOf<C>;
+        C& collection = self().*member;
+        if (Zin::Ptr<Child> existing = childIn(collection, key)) {
+            requireArguments(*existing, more...);
+            return existing;
+        }
+        const typename C::Key kept(key);
+        Zin::Ptr<Child> made = make<Child>(kept, more...);
+        if constexpr (EntityNodeCollection<C>) {
+            collection.memberNewChild(made);
+        } else {
+            collection.put(made);
+        }
+        linkTo(*made, this);
+        notify(AttributeFor<T, member>::id, &kept);
+        return made;
+    }
+
+    // The removed child, without a parent from now on, or null when the key was absent.
+    template <auto member>
+    auto childDel(const typename describe::ValueOf<member>::Key& key) {
+        using C = describe::ValueOf<member>;
+        using Child = ChildOf<C>;
+        const typename C::Key kept(key);
+        Zin::Ptr<Child> removed;
+        if constexpr (EntityNodeCollection<C>) {
+            removed = (self().*member).erase(kept);
+        } else {
+            (self().*member).erase(kept, &removed);
+        }
+        if (!removed) return removed;
+        const Zin::Ptr<Zin::Entity> guard(this);
+        linkTo(*removed, nullptr);
+        notify(AttributeFor<T, member>::id, &kept);
+        return removed;
+    }
+
+    template <auto member>
+    void childrenDelAll() {
+        const Zin::Ptr<Zin::Entity> guard(this);
+        for (auto it = (self().*member).iterator(); it; ++it) childDel<member>(it.key());
+    }
+
+    // --- A single child ---
+    template <auto member, class... Arguments>
+    auto singletonIs(const Arguments&... arguments) {
+        using Child = typename Zin::PointeeOf<describe::ValueOf<member>>::Type;
+        Zin::Ptr<Child>& stored = self().*member;
+        if (stored) return stored;
+        Zin::Ptr<Child> made = make<Child>(arguments...);
+        stored = made;
+        linkTo(*made, this);
+        notify(AttributeFor<T, member>::id, nullptr);
+        return made;
+    }
+
+    template <auto member>
+    auto singletonDel() {
+        auto removed = std::exchange(self().*member, nullptr);
+        if (!removed) return removed;
+        const Zin::Ptr<Zin::Entity> guard(this);
+        linkTo(*removed, nullptr);
+        notify(AttributeFor<T, member>::id, nullptr);
+        return removed;
+    }
+
+  private:
+    template <class U, class A>
+    friend struct AttributeLogOf;
+
+    T& self() { return static_cast<T&>(*this); }
+    const T& self() const { return static_cast<const T&>(*this); }
+
+    static void linkTo(Zin::Entity& child, Zin::Entity* parent) {
+        child.parentIs(Zin::Ptr<Zin::Entity>(parent));
+    }
+
+    void notify(AttributeId id, const void* key) {
+        if (notifieeList_.empty()) return;
+        // A reactor may drop the last reference to this entity.
+        const Zin::Ptr<Zin::Entity> guard(this);
+        notifieeList_.visit(id, key);
+    }
+
+    void deleteChildren() {
+        entitySchemaOf<T>.forEach([&]<class A>(const A&) {
+            if constexpr (A::kind == AttributeKind::instantiating) {
+                this->template childrenDelAll<A::member>();
+            } else if constexpr (A::kind == AttributeKind::singleton) {
+                this->template singletonDel<A::member>();
+            }
+        });
+    }
+
+    // Compares the arguments beyond the key with those that the child was made with.
+    template <class Child, class... More>
+    static void requireArguments(const Child& child, const More&... more) {
+        if constexpr (sizeof...(More) != 0) {
+            const auto made = child.constructorArguments();
+            [&]<std::size_t... i>(std::index_sequence<i...>) {
+                (requireArgument<i + 1>(child, std::get<i + 1>(made), more), ...);
+            }
+            (std::index_sequence_for<More...>());
+        }
+    }
+    template <std::size_t place, class Child, class Argument>
+    static void
+    requireArgument(const Child& child, const Argument& existing, const Argument& requested) {
+        if (existing == requested) return;
+        constexpr AttributeId id = Child::constructorAttributeIds[place];
+        if constexpr (std::same_as<Argument, bool> || std::same_as<Argument, std::uint32_t>) {
+            Zin::throwMutatorReinstantiating(child, id, existing, requested);
+        } else {
+            Zin::throwMutatorReinstantiating(
+                child,
+                id,
+                std::string_view(Zin::textOf(existing)),
+                std::string_view(Zin::textOf(requested)));
+        }
+    }
+
+    Zin::String name_;
+    mutable Zin::NotifieeList notifieeList_;
+};
+
+}  // namespace frame

@@ -1,0 +1,137 @@
+// Typed reactors. Each entity type has a Notifiee with one callback per attribute; a reactor
+// derives from it and overrides what it wants to hear:
+//
+//     struct Watcher : Config::Notifiee {
+//         using Notifiee::Notifiee;
+//         void onMtu() override { ... notifier()->mtu() ... }
+//         void onPatch(Zin::String const& name) override { ... }
+//     };
+//     Watcher watcher(config);
+//
+// or attaches a callable to one attribute in one line:
+//
+//     auto attached = frame::attach<&Config::Notifiee::onMtu>(config, [&] { ... });
+//
+// Registration ends with the reactor or with the entity. What a callback may do is said in
+// Zin/NotifieeList.h.
+
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+#include "Zin/NotifieeList.h"
+#include "Zin/Ptr.h"
+#include "frame/Attribute.h"
+
+namespace frame {
+
+// Routes an attribute id to the callback that the schema names for it.
+template <class T>
+class NotifieeOf : public Zin::Notifiee {
+  public:
+    NotifieeOf() = default;
+    explicit NotifieeOf(const Zin::Ptr<T>& entity) { notifierIs(entity); }
+
+    // Observes the entity from now on, and what was observed before no longer; null ends it.
+    void notifierIs(const Zin::Ptr<T>& entity) {
+        unregister();
+        notifier_ = entity.get();
+        if (notifier_) registerWith(*notifier_->notifieeList().list);
+    }
+
+    // The observed entity, or null when there is none or it has gone. Holds no reference to it.
+    T* notifier() const noexcept { return registered() ? notifier_ : nullptr; }
+
+  private:
+    void onAttribute(AttributeId id, const void* key) final {
+        (void)entitySchemaOf<T>.any([&]<class A>(const A&) {
+            if (A::id != id) return false;
+            A::tell(static_cast<typename T::Notifiee&>(*this), key);
+            return true;
+        });
+    }
+
+    T* notifier_ = nullptr;
+};
+
+namespace detail {
+
+template <auto value>
+struct Constant {};
+
+template <auto onChange, class A>
+inline constexpr bool tellsBy = false;
+template <auto onChange, AttributeId id, auto member, auto itsOnChange>
+inline constexpr bool tellsBy<onChange, Attribute<id, member, itsOnChange>> =
+    std::is_same_v<Constant<onChange>, Constant<itsOnChange>>;
+
+// The attribute of a schema that names the callback.
+template <auto onChange, class... Attributes>
+struct PickByCallback {
+    static_assert(
+        sizeof...(Attributes) != 0,
+        "No attribute in schema() of this entity type names the callback.");
+};
+template <auto onChange, class A, class... Others>
+struct PickByCallback<onChange, A, Others...> : PickByCallback<onChange, Others...> {};
+template <auto onChange, class A, class... Others>
+requires tellsBy<onChange, A>
+struct PickByCallback<onChange, A, Others...> {
+    using Type = A;
+};
+
+template <auto onChange, const Zin::ZinModule& module, std::uint32_t index, class... Attributes>
+PickByCallback<onChange, Attributes...> pickByCallback(
+    const EntitySchema<module, index, Attributes...>&);
+
+template <class T, auto onChange, class Callable>
+class AttachedTo final : public Zin::Notifiee {
+  public:
+    AttachedTo(T& entity, Callable callable) : callable_(std::move(callable)) {
+        registerWith(*entity.notifieeList().list);
+    }
+
+  private:
+    using A = typename decltype(pickByCallback<onChange>(T::schema()))::Type;
+
+    void onAttribute(AttributeId id, const void* key) override {
+        if (id != A::id) return;
+        if constexpr (Collection<typename A::Value>) {
+            callable_(*static_cast<const typename A::Value::Key*>(key));
+        } else {
+            callable_();
+        }
+    }
+
+    Callable callable_;
+};
+
+}  // namespace detail
+
+// Keeps a callable attached for as long as it lives.
+class Attachment {
+  public:
+    Attachment() = default;
+    explicit Attachment(std::unique_ptr<Zin::Notifiee, void (*)(Zin::Notifiee*)> notifiee)
+        : notifiee_(std::move(notifiee)) {}
+
+    void end() noexcept { notifiee_.reset(); }
+
+  private:
+    std::unique_ptr<Zin::Notifiee, void (*)(Zin::Notifiee*)> notifiee_{nullptr, nullptr};
+};
+
+// Calls `callable` after each change of the attribute whose callback is named: without
+// argument, or with the key of a collection's member.
+template <auto onChange, class T, class Callable>
+[[nodiscard]] Attachment attach(const Zin::Ptr<T>& entity, Callable callable) {
+    using Attached = detail::AttachedTo<T, onChange, Callable>;
+    return Attachment(std::unique_ptr<Zin::Notifiee, void (*)(Zin::Notifiee*)>(
+        new Attached(*entity, std::move(callable)),
+        [](Zin::Notifiee* notifiee) { delete static_cast<Attached*>(notifiee); }));
+}
+
+}  // namespace frame

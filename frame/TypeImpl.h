@@ -1,0 +1,238 @@
+// Zin::TypeImpl<T>: the hooks by which the runtime makes, streams and finds entities of a type,
+// and the tables behind them. All follow from the schema; a module's source instantiates them
+// once.
+
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <type_traits>
+
+#include "Zin/Module.h"
+#include "Zin/ValueInfo.h"
+#include "frame/AttributeLog.h"
+#include "frame/Entity.h"
+
+namespace Zin {
+
+template <class T>
+struct TypeImpl;
+
+}  // namespace Zin
+
+namespace frame {
+
+// --- Attribute tables ------------------------------------------------------------------------
+
+namespace detail {
+
+template <class V>
+consteval const Zin::ValueInfo* valueInfoOfMembers() {
+    if constexpr (InstantiatingCollection<V> || SetCollection<V>) {
+        return nullptr;
+    } else {
+        return &Zin::valueInfo<typename V::Value>;
+    }
+}
+
+template <class T, class A>
+void forEachMember(const Zin::Entity& entity, Zin::MemberVisitor& visitor) {
+    using V = typename A::Value;
+    const V& collection = static_cast<const T&>(entity).*A::member;
+    for (auto it = collection.iteratorConst(); it; ++it) {
+        const typename V::Key& key = it.key();
+        if constexpr (InstantiatingCollection<V>) {
+            visitor.onMember(&key, nullptr, &childOf<V>(it.node()));
+        } else if constexpr (SetCollection<V>) {
+            visitor.onMember(&key, nullptr, nullptr);
+        } else {
+            visitor.onMember(&key, &it.node().value(), nullptr);
+        }
+    }
+}
+
+template <class T, class A>
+Zin::MemberRef memberUnder(const Zin::Entity& entity, const void* key) {
+    using V = typename A::Value;
+    const V& collection = static_cast<const T&>(entity).*A::member;
+    const auto* const node = collection.lookup(*static_cast<const typename V::Key*>(key));
+    if (!node) return {};
+    if constexpr (InstantiatingCollection<V>) {
+        return {true, nullptr, &childOf<V>(*node)};
+    } else if constexpr (SetCollection<V>) {
+        return {true, nullptr, nullptr};
+    } else {
+        return {true, &node->value(), nullptr};
+    }
+}
+
+template <class T, class A>
+consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
+    Zin::AttributeInfo info{};
+    info.id = A::id;
+    info.kind = A::kind;
+    info.writable = A::writable;
+    info.streamed = A::streamed;
+    info.name = attribute.name;
+    if constexpr (A::stored) {
+        using V = typename A::Value;
+        if constexpr (Collection<V>) {
+            info.value = valueInfoOfMembers<V>();
+            info.key = &Zin::valueInfo<typename V::Key>;
+            info.members = [](const Zin::Entity& entity) {
+                return (static_cast<const T&>(entity).*A::member).members();
+            };
+            info.forEachMember = &forEachMember<T, A>;
+            info.member = &memberUnder<T, A>;
+        } else if constexpr (A::kind == AttributeKind::singleton) {
+            info.child = [](const Zin::Entity& entity) -> const Zin::Entity* {
+                return (static_cast<const T&>(entity).*A::member).get();
+            };
+        } else {
+            info.value = &Zin::valueInfo<V>;
+            info.valueOf = [](const Zin::Entity& entity) -> const void* {
+                return &(static_cast<const T&>(entity).*A::member);
+            };
+        }
+    }
+    if constexpr (A::streamed) {
+        using Log = AttributeLogOf<T, A>;
+        info.send = &Log::send;
+        info.apply = &Log::apply;
+        info.resend = &Log::resend;
+        if constexpr (Collection<typename A::Value>) {
+            info.flowOut = &Log::handleSerializationOfColl;
+            info.applyDeletion = &Log::applyDeletion;
+            info.markAll = &Log::markAll;
+            info.sweep = &Log::sweep;
+            info.sameKey = &Log::sameKey;
+            info.keySize = &Log::keySize;
+            info.putKey = &Log::putKey;
+        }
+    }
+    return info;
+}
+
+template <class T, const Zin::ZinModule& module, std::uint32_t index, class... Attributes>
+consteval auto attributeInfos(const EntitySchema<module, index, Attributes...>& schema) {
+    return std::array<Zin::AttributeInfo, sizeof...(Attributes)>{
+        attributeInfo<T>(static_cast<const Attributes&>(schema))...};
+}
+
+}  // namespace detail
+
+template <class T>
+inline constexpr auto attributesOf = detail::attributeInfos<T>(T::schema());
+
+template <class T>
+inline constexpr Zin::EntityTypeInfo entityTypeInfo{
+    .name = entitySchemaOf<T>.typeName,
+    .attributes = attributesOf<T>,
+    .newEntityForDir = Zin::TypeImpl<T>::directoryHook(),
+    .newEntityForAttrLog = &Zin::TypeImpl<T>::newEntityForAttrLog,
+    .serializeConstructorParams = &Zin::TypeImpl<T>::serializeConstructorParams,
+    .attrLogSizeCtorParams = &Zin::TypeImpl<T>::attrLogSizeCtorParams,
+    .newFlowOut = &Zin::TypeImpl<T>::newFlowOut,
+    .streamAdapterOnAttribute = &Zin::TypeImpl<T>::streamAdapterOnAttribute,
+    .handleAttrFlowOut = &Zin::TypeImpl<T>::handleAttrFlowOut,
+    .freeResyncState = &Zin::TypeImpl<T>::freeResyncState,
+    .doHandleAttrTransaction = &Zin::TypeImpl<T>::doHandleAttrTransaction,
+    .doHandleAttrDeserialization = &Zin::TypeImpl<T>::doHandleAttrDeserialization,
+};
+
+// A type that may stand at the top of a directory says so: `static constexpr bool isRoot =
+// true`.
+template <class T>
+concept RootEntity = requires {
+    requires T::isRoot;
+};
+
+}  // namespace frame
+
+namespace Zin {
+
+template <class T>
+requires std::derived_from<T, frame::EntityOf<T>>
+struct TypeImpl<T> {
+    using FlowOut = NboAttrLog::FlowOut;
+    using In = NboAttrLog::In;
+    using Out = NboAttrLog::Out;
+    using Sa = NboAttrLog::Sa;
+
+    // Types that are made with a name alone take no further arguments.
+    static Ptr<Entity> newEntityForDir(const String& name, const void* extraArguments) requires
+        frame::RootEntity<T> {
+        if (extraArguments) {
+            throwNewEntityArgsException(
+                {frame::entitySchemaOf<T>.module, frame::entitySchemaOf<T>.index});
+        }
+        return frame::make<T>(name);
+    }
+    static consteval auto directoryHook() -> Ptr<Entity> (*)(const String&, const void*) {
+        if constexpr (frame::RootEntity<T>) {
+            return &newEntityForDir;
+        } else {
+            return nullptr;
+        }
+    }
+
+    // Reads the constructor parameters in their order.
+    static Ptr<Entity> newEntityForAttrLog(In* in) {
+        typename T::ConstructorArguments arguments;
+        return std::apply(
+            [&](auto&... each) -> Ptr<Entity> {
+                ((each = in->next<std::remove_reference_t<decltype(each)>>()), ...);
+                return frame::make<T>(each...);
+            },
+            arguments);
+    }
+
+    static void serializeConstructorParams(Out& out, const Entity& entity) {
+        std::apply(
+            [&](const auto&... each) { (out << ... << each); },
+            static_cast<const T&>(entity).constructorArguments());
+    }
+    static std::size_t attrLogSizeCtorParams(const Entity& entity) {
+        return std::apply(
+            [](const auto&... each) { return (NboAttrLog::attrLogSize(each) + ...); },
+            static_cast<const T&>(entity).constructorArguments());
+    }
+
+    static Ptr<FlowOut> newFlowOut(Sa* sa, bool active, AttributeId start) {
+        using Made = frame::FlowOutOf<T>;
+        AllocTrackTypeInfo& track = FlowOut::zinAllocTrackTypeInfo_;
+        track.trackAllocation(typeid(FlowOut), sizeof(Made));
+        Ptr<FlowOut> made;
+        try {
+            made = Ptr<FlowOut>(new (PtrInterface::zinMemAlloc(sizeof(Made)))
+                                    Made(sa, frame::entityTypeInfo<T>, start));
+        } catch (...) {
+            track.trackDeallocation(typeid(FlowOut), sizeof(Made));
+            throw;
+        }
+        made->hasNotificationActiveIs(active);
+        return made;
+    }
+
+    static int streamAdapterOnAttribute(Sa* sa, AttributeId id, const void* key) {
+        return frame::streamAdapterOnAttribute(*sa, id, key);
+    }
+    static std::int32_t handleAttrFlowOut(Sa* sa, AttributeId start, FlowOut* flowOut) {
+        return frame::handleAttrFlowOut(*sa, start, *flowOut);
+    }
+    static int freeResyncState(FlowOut* flowOut) { return frame::freeResyncState(*flowOut); }
+    static void
+    doHandleAttrTransaction(Sa* sa, AttributeId id, NboAttrLog::TransactionType type) {
+        frame::doHandleAttrTransaction(*sa, id, type);
+    }
+    static void doHandleAttrDeserialization(
+        Sa* sa,
+        AttributeId id,
+        bool fromReadOnlyProxy,
+        std::uint32_t,
+        In* in) {
+        frame::doHandleAttrDeserialization(*sa, id, fromReadOnlyProxy, *in);
+    }
+};
+
+}  // namespace Zin
