@@ -1,0 +1,343 @@
+// The tool as its users meet it: processes, sockets, signals. Nothing here waits for a time to
+// pass; deadlines end a test that hangs.
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Zin/NboAttrLogFd.h"
+#include "corra/EventLoop.h"
+#include "corra/Process.h"
+#include "corra/Watch.h"
+#include "tools/Captures.h"
+
+namespace {
+
+using corra::Fd;
+using corra::test::captureDirectory;
+using corra::test::captureText;
+using corra::test::dumpOf;
+using corra::test::imported;
+using Lines = std::vector<std::string>;
+
+constexpr std::chrono::seconds hangGuard(60);
+
+// A run of the tool, of which the standard output is read. What it says on standard error is
+// appended to the file $CORRA_TEST_ERRORS.
+class Tool {
+  public:
+    explicit Tool(const std::vector<std::string>& arguments) {
+        corra::Pipe pipe = corra::Pipe::make();
+        std::vector<std::string> words{
+            "-c",
+            R"(exec "$0" "$@" 2>>"$CORRA_TEST_ERRORS")",
+            CORRA_TOOL};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        process_ = std::make_unique<corra::ChildProcess>("/bin/sh", words, pipe.write.get());
+        output_ = std::move(pipe.read);
+    }
+
+    void kill(int signal) const { ::kill(process_->id(), signal); }
+    int wait() { return process_->wait(); }
+
+    // The next line, or nothing at the end of the output.
+    std::optional<std::string> line() {
+        std::string line;
+        char c = 0;
+        while (readable() && ::read(output_.get(), &c, 1) == 1) {
+            if (c == '\n') return line;
+            line += c;
+        }
+        return std::nullopt;
+    }
+    std::string rest() {
+        std::string text;
+        while (const auto next = line()) text += *next + '\n';
+        return text;
+    }
+
+    // The lines of a watching mirror up to its next state, and the state.
+    struct Told {
+        Lines changes;
+        std::string state;
+    };
+    Told toldUntilSynced() {
+        Told told;
+        for (auto next = line(); next; next = line()) {
+            if (next->starts_with("= synced ")) {
+                for (auto left = std::stoul(next->substr(9)); left != 0; --left) {
+                    told.state += line().value_or("no line") + '\n';
+                }
+                return told;
+            }
+            told.changes.push_back(*next);
+        }
+        ADD_FAILURE() << "the mirror ended";
+        return told;
+    }
+
+  private:
+    bool readable() const {
+        pollfd polled{output_.get(), POLLIN, 0};
+        const int count =
+            ::poll(&polled, 1, static_cast<int>(std::chrono::milliseconds(hangGuard).count()));
+        EXPECT_EQ(1, count) << "nothing is printed";
+        return count == 1;
+    }
+
+    std::unique_ptr<corra::ChildProcess> process_;
+    Fd output_;
+};
+
+void waitUntil(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + hangGuard;
+    while (!condition()) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+}
+
+// What a mirror prints while the first capture is replaced by the second, in some order.
+Lines differences(const std::string& before, const std::string& after) {
+    Lines lines;
+    const corra::TreeWatcher::Listener listener = [&](const corra::Change& change) {
+        lines.push_back(textOf(change));
+    };
+    const auto config = imported(before);
+    const corra::TreeWatcher watcher("pw", *config, listener);
+    lines.clear();
+    corra::importRouterConfig(after, "after", *config);
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+Lines sorted(Lines lines) {
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+class ProcessTest : public testing::Test {
+  protected:
+    ProcessTest() {
+        ::setenv("CORRA_TEST_ERRORS", (directory_.path() + "/errors").c_str(), 1);
+        std::filesystem::create_directory(capture_);
+        holdCapture("t0-alone");
+    }
+
+    void holdCapture(const std::string& moment) {
+        std::filesystem::copy_file(
+            captureDirectory(moment) + "/running-config.txt",
+            capture_ + "/running-config.txt",
+            std::filesystem::copy_options::overwrite_existing);
+    }
+
+    Fd connected() const {
+        return Zin::NboAttrLog::connectTo(Zin::NboAttrLog::Address::fromText(address_));
+    }
+
+    // A server that serves.
+    Tool served() const {
+        Tool server({"serve", capture_, "--listen", address_});
+        waitUntil([&] {
+            try {
+                connected();
+                return true;
+            } catch (const std::exception&) {
+                return false;
+            }
+        });
+        return server;
+    }
+
+    // What was said since the last call.
+    std::string errors() const {
+        std::ifstream in(directory_.path() + "/errors");
+        const std::string text{std::istreambuf_iterator<char>(in), {}};
+        std::filesystem::resize_file(directory_.path() + "/errors", 0);
+        return text;
+    }
+
+    std::string stateOnce() const {
+        Tool once({"mirror", address_, "--once"});
+        const std::string state = once.rest();
+        EXPECT_EQ(0, once.wait());
+        return state;
+    }
+
+    const std::string t0_ = captureText("t0-alone");
+    const std::string t3_ = captureText("t3-pe3-back-reconfigured");
+    const corra::TemporaryDirectory directory_;
+    const std::string capture_ = directory_.path() + "/capture";
+    const std::string socket_ = directory_.path() + "/pw.sock";
+    const std::string address_ = "unix:" + socket_;
+};
+
+TEST_F(ProcessTest, AMirrorHearsOfAnUpdateWhateverOthersDo) {
+    Tool server = served();
+    struct stat status {};
+    ASSERT_EQ(0, ::stat(socket_.c_str(), &status));
+    EXPECT_EQ(0600U, status.st_mode & 0777U);
+
+    Tool mirror({"mirror", address_, "--watch", "--states", "--quiet"});
+    EXPECT_EQ(dumpOf(imported(t0_)), mirror.toldUntilSynced().state);
+
+    // One mirror stands still, one peer never says a word, others talk nonsense until they are
+    // cut off.
+    Tool stopped({"mirror", address_, "--watch", "--states", "--quiet"});
+    stopped.toldUntilSynced();
+    stopped.kill(SIGSTOP);
+    const Fd silent = connected();
+    std::mt19937 random(7);
+    for (int i = 0; i < 20; ++i) {
+        const Fd garbage = connected();
+        std::array<unsigned char, 4096> bytes;
+        for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random());
+        (void)!::send(garbage.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        ::shutdown(garbage.get(), SHUT_WR);
+        pollfd polled{garbage.get(), POLLIN, 0};
+        do {
+            ASSERT_EQ(1, ::poll(&polled, 1, 60000));
+        } while (::recv(garbage.get(), bytes.data(), bytes.size(), 0) > 0);
+    }
+
+    holdCapture("t3-pe3-back-reconfigured");
+    server.kill(SIGHUP);
+    Lines told;
+    const Lines expected = differences(t0_, t3_);
+    while (told.size() < expected.size()) told.push_back(mirror.line().value_or("no line"));
+    EXPECT_EQ(expected, sorted(told));
+    EXPECT_EQ(dumpOf(imported(t3_)), stateOnce());
+    stopped.kill(SIGCONT);
+    told.clear();
+    while (told.size() < expected.size()) told.push_back(stopped.line().value_or("no line"));
+    EXPECT_EQ(expected, sorted(told));
+
+    server.kill(SIGTERM);
+    EXPECT_EQ(0, server.wait());
+    EXPECT_FALSE(std::filesystem::exists(socket_));
+    mirror.kill(SIGTERM);
+    EXPECT_EQ(0, mirror.wait());
+    EXPECT_EQ("", mirror.rest());
+}
+
+TEST_F(ProcessTest, AMirrorIsResynchronisedWhenTheServerComesBack) {
+    Tool first = served();
+    Tool mirror({"mirror", address_, "--watch", "--states", "--quiet"});
+    mirror.toldUntilSynced();
+    first.kill(SIGKILL);
+    EXPECT_EQ(-1, first.wait());
+    EXPECT_TRUE(std::filesystem::exists(socket_)) << "nobody could remove it";
+
+    holdCapture("t3-pe3-back-reconfigured");
+    Tool second = served();
+    const Tool::Told told = mirror.toldUntilSynced();
+    EXPECT_EQ(dumpOf(imported(t3_)), told.state);
+    EXPECT_EQ(differences(t0_, t3_), sorted(told.changes));
+}
+
+TEST_F(ProcessTest, ABadCaptureLeavesTheServedStateAsItIs) {
+    Tool server = served();
+    std::ofstream(capture_ + "/running-config.txt") << "l2vpn A type vpls\n mtu many\nexit\n";
+    // Taken before any mirror that comes after it.
+    server.kill(SIGHUP);
+    EXPECT_EQ(dumpOf(imported(t0_)), stateOnce());
+    server.kill(SIGINT);
+    EXPECT_EQ(0, server.wait());
+    const std::string said = errors();
+    EXPECT_NE(
+        said.npos,
+        said.find("running-config.txt:2:6: expected a number from 512 to 65535, found "
+                  "\"many\"; nothing is "
+                  "changed\n"))
+        << said;
+}
+
+TEST_F(ProcessTest, JsonIsJson) {
+    Tool server = served();
+    Tool once({"mirror", address_, "--once", "--json"});
+    const auto facts = nlohmann::json::parse(once.rest());
+    const std::string state = dumpOf(imported(t0_));
+    EXPECT_EQ(
+        std::count(state.begin(), state.end(), '\n'),
+        static_cast<std::ptrdiff_t>(facts.size()));
+    EXPECT_EQ("Pseudowire::Config", facts[0]["type"]);
+}
+
+TEST_F(ProcessTest, TheDemoEndsEqual) {
+    Tool demo({"demo", std::string(CORRA_SOURCE_DIR) + "/examples/pe1"});
+    const std::string shown = demo.rest();
+    EXPECT_EQ(0, demo.wait());
+    EXPECT_TRUE(shown.ends_with("\ndemo: 4 captures, owner and mirror equal after each\n"))
+        << shown;
+    for (const std::string& change : differences(t0_, t3_)) {
+        EXPECT_NE(shown.npos, shown.find('\n' + change + '\n')) << change;
+    }
+}
+
+// Whenever it is interrupted.
+TEST_F(ProcessTest, TheDemoLeavesNothingBehind) {
+    const corra::TemporaryDirectory place;
+    ::setenv("TMPDIR", place.path().c_str(), 1);
+    for (int i = 0; i < 5; ++i) {
+        Tool demo({"demo", std::string(CORRA_SOURCE_DIR) + "/examples/pe1", "--all"});
+        for (int line = 0; line < i * 40 + 1; ++line) demo.line();
+        demo.kill(SIGINT);
+        EXPECT_NE(1, demo.wait()) << "owner and mirror differ";
+        EXPECT_TRUE(std::filesystem::is_empty(place.path()));
+    }
+    ::unsetenv("TMPDIR");
+}
+
+TEST_F(ProcessTest, ExitStatusesTellFailureFromTrouble) {
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        std::string said;
+    } cases[] = {
+        {{"--version"}, 0, ""},
+        {{"mirror", "--help"}, 0, ""},
+        {{}, 2, "corra: A subcommand is required; try --help\n"},
+        {{"mirror"}, 2, "corra: ADDRESS is required; try --help\n"},
+        {{"mirror", "udp:9"},
+         2,
+         "corra: expected unix:PATH or tcp:PORT at position 0, found \"udp:9\"\n"},
+        {{"mirror", address_, "--once"},
+         1,
+         "corra: " + address_ + ": No such file or directory\n"},
+        {{"serve", socket_, "--listen", address_},
+         2,
+         "corra: " + socket_ + "/running-config.txt: No such file or directory\n"},
+        {{"demo", capture_},
+         2,
+         "corra: " + capture_ + ": no directory with a running-config.txt in it\n"},
+    };
+    for (const auto& each : cases) {
+        Tool tool(each.arguments);
+        EXPECT_EQ(each.status, tool.wait()) << testing::PrintToString(each.arguments);
+        EXPECT_EQ(each.said, errors());
+    }
+}
+
+// Two servers at one address: the second one must not disturb the first.
+TEST_F(ProcessTest, AnAddressIsServedOnce) {
+    Tool server = served();
+    Tool second({"serve", capture_, "--listen", address_});
+    EXPECT_EQ(2, second.wait());
+    EXPECT_EQ(dumpOf(imported(t0_)), stateOnce());
+}
+
+}  // namespace

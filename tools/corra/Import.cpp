@@ -1,0 +1,158 @@
+#include "corra/Import.h"
+
+#include <cerrno>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+#include "Vorn/IntfIdKinds.h"
+#include "Zin/Exceptions.h"
+#include "corra/ConfigLine.h"
+
+namespace corra {
+
+namespace {
+
+using Pseudowire::Config;
+using Pseudowire::Connector;
+using Pseudowire::ConnectorKey;
+
+struct Wanted {
+    std::map<ConnectorKey, Connector> connectors;
+    std::map<Zin::String, std::set<ConnectorKey>> patches;
+};
+
+Vorn::IntfId intfIdOf(const RouterConfig::Interface& interface, std::string_view file) {
+    constexpr const char* expected = "an interface name such as eth4, swp14, bond0 or eth4.303";
+    try {
+        const auto id = Vorn::IntfId::fromStringValue(interface.name);
+        if (id != Vorn::IntfId()) return id;
+    } catch (const Zin::Exception&) {
+    }
+    throw RouterConfigError(
+        std::string(file),
+        interface.line,
+        interface.column,
+        expected,
+        inQuotes(interface.name));
+}
+
+Connector localConnector(Vorn::IntfId interface, const RouterConfig::Instance& instance) {
+    ConnectorKey key;
+    key.localConnectorKeyIs(interface);
+    Connector connector(key);
+    if (Vorn::SubIntfId::isSubIntfId(interface)) {
+        connector.dot1qEncapIs(Bridging::Dot1qEncap(
+            Bridging::VlanIdOrNone(Vorn::SubIntfId::outerTag(interface)),
+            Bridging::VlanIdOrNone(Vorn::SubIntfId::innerTag(interface))));
+    }
+    connector.mtuIs(instance.mtu);
+    return connector;
+}
+
+Connector ldpConnector(
+    const RouterConfig::Pseudowire& pseudowire,
+    const RouterConfig::Instance& instance) {
+    ConnectorKey key;
+    key.ldpConnectorKeyIs(pseudowire.name);
+    Connector connector(key);
+    connector.ldpKeyIs(Pseudowire::PseudowireLdpKey(pseudowire.neighborLsrId, pseudowire.pwId));
+    connector.controlWordIs(pseudowire.controlWord);
+    connector.pwStatusTlvIs(pseudowire.pwStatus);
+    connector.pseudowireTypeIs(instance.pseudowireType);
+    connector.mtuIs(instance.mtu);
+    return connector;
+}
+
+Wanted wantedBy(const RouterConfig& router, std::string_view file) {
+    Wanted wanted;
+    for (const RouterConfig::Instance& instance : router.instances) {
+        std::set<ConnectorKey> joined;
+        const auto add = [&](const Connector& connector) {
+            wanted.connectors.emplace(connector.key(), connector);
+            joined.insert(connector.key());
+        };
+        for (const auto& interface : instance.interfaces) {
+            add(localConnector(intfIdOf(interface, file), instance));
+        }
+        for (const auto& pseudowire : instance.pseudowires) {
+            add(ldpConnector(pseudowire, instance));
+        }
+        if (instance.interfaces.size() == 1 && instance.pseudowires.size() == 1) {
+            wanted.patches.emplace(instance.name, std::move(joined));
+        }
+    }
+    return wanted;
+}
+
+template <class Collection, class Keys>
+std::vector<typename Collection::Key> keysNotIn(const Keys& wanted, const Collection& held) {
+    std::vector<typename Collection::Key> keys;
+    for (auto it = held.iteratorConst(); it; ++it) {
+        if (!wanted.contains(it.key())) keys.push_back(it.key());
+    }
+    return keys;
+}
+
+// Patches go before what they join and come after it.
+void apply(const Wanted& wanted, Config& config) {
+    for (const auto& name : keysNotIn(wanted.patches, config.patch())) config.patchDel(name);
+    for (const auto& name : keysNotIn(wanted.connectors, config.connector())) {
+        config.connectorDel(name);
+    }
+    for (const auto& [key, connector] : wanted.connectors) config.connectorIs(connector);
+    for (const auto& [name, keys] : wanted.patches) {
+        const auto patch = config.patchIs(name);
+        patch->enabledIs(true);
+        for (const auto& key : keysNotIn(keys, patch->connectorKey())) {
+            patch->connectorKeyDel(key);
+        }
+        for (const auto& key : keys) patch->connectorKeyIs(key);
+    }
+}
+
+void addWarnings(RouterConfig& router) {
+    for (const RouterConfig::Instance& instance : router.instances) {
+        for (const RouterConfig::Pseudowire& pseudowire : instance.pseudowires) {
+            const Vorn::IpGenAddr& address = pseudowire.neighborAddress;
+            if (address == Vorn::IpGenAddr() || address == pseudowire.neighborLsrId) continue;
+            router.diagnostics.push_back(
+                {pseudowire.line,
+                 1,
+                 "the neighbor address of pseudowire " + inQuotes(pseudowire.name) +
+                     " left out: the neighbor is known by its lsr-id"});
+        }
+    }
+}
+
+}  // namespace
+
+std::vector<RouterConfig::Diagnostic>
+importRouterConfig(std::string_view text, std::string_view file, Config& config) {
+    RouterConfig router = parseRouterConfig(text, file);
+    const Wanted wanted = wantedBy(router, file);
+    addWarnings(router);
+    apply(wanted, config);
+    return std::move(router.diagnostics);
+}
+
+std::string runningConfigFile(std::string_view captureDirectory) {
+    return std::string(captureDirectory) + "/running-config.txt";
+}
+
+std::vector<RouterConfig::Diagnostic> importFile(const std::string& file, Config& config) {
+    errno = 0;
+    const std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    if (in.is_open()) text << in.rdbuf();
+    // An empty file fails to be copied, too, but without an error of the system.
+    if (!in.is_open() || (!text && errno != 0)) {
+        throw std::system_error(errno, std::generic_category(), file);
+    }
+    return importRouterConfig(text.view(), file, config);
+}
+
+}  // namespace corra

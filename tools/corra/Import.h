@@ -1,0 +1,35 @@
+// Brings the pseudowires of a router's configuration into a Pseudowire::Config.
+//
+// Each `member pseudowire` becomes an LDP connector, each `member interface` a local one, and
+// an instance with exactly one of both becomes a patch of its name that joins them. The Config
+// then holds these connectors and patches and no others; its other attributes are left alone.
+//
+// An import is an update: what differs is changed through the mutators, and nothing else, so
+// reactors and mirrors hear exactly of what differs. All is worked out before the first change.
+
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Pseudowire/PseudowireConfig.h"
+#include "corra/RouterConfig.h"
+
+namespace corra {
+
+// What is not understood, or has no place in the model, is returned and left out. Throws
+// RouterConfigError, and changes nothing, for bad text and for an interface of a naming that
+// Vorn::IntfId does not know. `file` is the name that messages carry.
+std::vector<RouterConfig::Diagnostic>
+importRouterConfig(std::string_view text, std::string_view file, Pseudowire::Config& config);
+
+// The file of a capture that is imported.
+std::string runningConfigFile(std::string_view captureDirectory);
+
+// Throws std::system_error when the file cannot be read.
+std::vector<RouterConfig::Diagnostic> importFile(
+    const std::string& file,
+    Pseudowire::Config& config);
+
+}  // namespace corra

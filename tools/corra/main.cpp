@@ -1,0 +1,5 @@
+#include "corra/CommandLine.h"
+
+int main(int argc, char** argv) {
+    return corra::runCommandLine(argc, argv);
+}
