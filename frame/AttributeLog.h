@@ -1,70 +1,25 @@
-// The attribute log's view of an entity type: how each kind of attribute is written, walked in
-// a resynchronisation, and applied when it is received. The stream itself is
+// The attribute log's view of one attribute of an entity type: how it is written
+// (frame/AttributeSending.h) and how what a peer sends of it is applied. The stream itself is
 // Zin/NboAttrLogConnection.h; what it calls is Zin::TypeImpl<T> (frame/TypeImpl.h).
 //
-// An attribute is read when it is written to the stream, never earlier: what is remembered of a
-// change is its attribute, or its key.
+// A payload is read to its end before anything is applied, and applied through the entity's own
+// mutators, so that reactors hear of it like of any other change.
 
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <exception>
-#include <memory>
-#include <new>
 #include <optional>
+#include <string>
 #include <tuple>
-#include <utility>
 
-#include "Zin/HSet.h"
 #include "Zin/NboAttrLogConnection.h"
-#include "Zin/NboAttrLogFlowOut.h"
 #include "Zin/NboAttrLogIn.h"
-#include "Zin/NboAttrLogSa.h"
-#include "frame/Entity.h"
+#include "frame/AttributeSending.h"
 
 namespace frame {
 
-using Zin::NboAttrLog::Demuxer;
-using Zin::NboAttrLog::FlowOut;
-using Zin::NboAttrLog::In;
-using Zin::NboAttrLog::Out;
-using Zin::NboAttrLog::Role;
-using Zin::NboAttrLog::Sa;
-using Zin::NboAttrLog::TransactionType;
-
-// --- Flow-out state
-// ------------------------------------------------------------------------------
-
 namespace detail {
-
-// Nothing is kept of an attribute beyond its flags, unless it is a collection.
-template <class A>
-struct CollectionFlow {
-    bool dirty() const { return false; }
-};
-template <class A>
-requires(
-    A::kind == AttributeKind::collection ||
-    A::kind == AttributeKind::instantiating) struct CollectionFlow<A> {
-    using Keys = Zin::HSet<typename A::Value::Key, 0>;
-
-    Keys dirtyKeys;
-    // Of children that a proxy's side made and that the owner has yet to name.
-    Keys ephemeralKeys;
-    // The walk that is under way must begin anew: keys were dropped meanwhile.
-    bool restart = false;
-
-    bool dirty() const { return dirtyKeys.members() != 0; }
-};
-
-template <class A>
-requires(A::kind == AttributeKind::singleton) struct CollectionFlow<A> {
-    // The child was made on a proxy's side, and the owner has yet to name it.
-    bool ephemeral = false;
-
-    bool dirty() const { return false; }
-};
 
 // A reactor that throws must not keep the rest of a message from being applied: what it throws
 // is passed on when that is done.
@@ -86,91 +41,20 @@ class Deferred {
     std::exception_ptr thrown_;
 };
 
-template <class Schema>
-struct FlowState;
-template <const Zin::ZinModule& module, std::uint32_t index, class... Attributes>
-struct FlowState<EntitySchema<module, index, Attributes...>> : CollectionFlow<Attributes>... {
-    bool anyDirty() const {
-        return (static_cast<const CollectionFlow<Attributes>&>(*this).dirty() || ...);
-    }
-
-    std::array<std::uint8_t, sizeof...(Attributes)> flags{};
-};
-
-// Where a walk over a hashed collection goes on: at the bucket of this hash position, or behind
-// the last one.
-struct HashBookmark final : FlowOut::Bookmark {
-    explicit HashBookmark(std::uint64_t at) : position(at) {}
-    std::uint64_t position;
-};
-// Where a walk over an ordered collection goes on: at the first key that is not below this one, or
-// behind the last one.
-template <class K>
-struct KeyBookmark final : FlowOut::Bookmark {
-    explicit KeyBookmark(std::optional<K> at) : key(std::move(at)) {}
-    std::optional<K> key;
-};
-
 }  // namespace detail
 
-template <class T>
-class FlowOutOf final : private detail::FlowState<decltype(T::schema())>, public FlowOut {
-    using State = detail::FlowState<decltype(T::schema())>;
-
-  public:
-    FlowOutOf(Sa* sa, const Zin::EntityTypeInfo& type, AttributeId start)
-        : FlowOut(sa, type, State::flags, start) {}
-
-    bool hasDirtyCollKeys() const override { return State::anyDirty(); }
-
-    template <class A>
-    detail::CollectionFlow<A>& of() {
-        return *this;
-    }
-
-    static void operator delete(FlowOutOf* object, std::destroying_delete_t) {
-        object->~FlowOutOf();
-        Zin::PtrInterface::zinMemFree(object, sizeof(FlowOutOf));
-        zinAllocTrackTypeInfo_.trackDeallocation(typeid(FlowOut), sizeof(FlowOutOf));
-    }
-};
-
-// --- One attribute of one type
-// -----------------------------------------------------------------
-
-// Beyond as many members as live and this many, dirty keys are dropped for a resynchronisation
-// of the collection: keys that come and go while a peer stalls must not pile up.
-inline constexpr std::uint32_t dirtyKeySlack = 1024;
-
 template <class T, class A>
-struct AttributeLogOf {
-    using V = typename A::Value;
-    using Key = KeyOf<V>;
-
-    static T& of(Sa& sa) { return static_cast<T&>(sa.entity()); }
-    static V& stored(Sa& sa) { return of(sa).*A::member; }
-    static auto& flowOf(Sa& sa) {
-        return static_cast<FlowOutOf<T>&>(sa.flowOut()).template of<A>();
-    }
-    // A mirror's write that was not sent yet outranks what the owner says meanwhile: the owner
-    // will hear it, and what it makes of it comes back.
-    static bool unsent(Sa& sa) {
-        return sa.role() == Role::proxy && sa.writable() && sa.flowOut().zinIsDirty(A::id);
-    }
-    template <class K>
-    static bool unsent(Sa& sa, const K& key) {
-        return sa.role() == Role::proxy && flowOf(sa).dirtyKeys.has(key);
-    }
+struct AttributeLogOf : AttributeSending<T, A> {
+    using Sending = AttributeSending<T, A>;
+    using Sending::flowOf;
+    using Sending::of;
+    using Sending::send;
+    using Sending::stored;
+    using Sending::unsent;
+    using typename Sending::Key;
+    using typename Sending::V;
 
     // --- Single values ---
-
-    static void handleValueSerialization(Sa& sa, const V& value) {
-        if (std::optional<Out> out =
-                sa.singletonSerializeCheck(A::id, Zin::NboAttrLog::attrLogSize(value))) {
-            *out << value;
-            sa.outSmCommitMessage();
-        }
-    }
 
     static void applyValue(Sa& sa, In& in) {
         const V value = in.next<V>();
@@ -180,184 +64,7 @@ struct AttributeLogOf {
         of(sa).template valueIs<A::member>(value);
     }
 
-    // --- Members of collections ---
-
-    // Remembers a key that the stream cannot take now.
-    template <class K>
-    static void remember(Sa& sa, const K& key) {
-        auto& flow = flowOf(sa);
-        bool kept = false;
-        if (sa.role() == Role::proxy ||
-            flow.dirtyKeys.members() < stored(sa).members() + dirtyKeySlack) {
-            try {
-                flow.dirtyKeys.put(key);
-                kept = true;
-            } catch (const std::bad_alloc&) {
-                if (sa.role() == Role::proxy) throw;
-            }
-        }
-        if (!kept) return resynchronise(sa);
-        sa.schedule();
-    }
-
-    // All members are sent anew instead of those whose keys were remembered.
-    static void resynchronise(Sa& sa) {
-        flowOf(sa).dirtyKeys.clear();
-        flowOf(sa).restart = true;
-        sa.flowOut().zinHasSyncedIs(A::id, false);
-        if (sa.flowOut().currentAttribute() == A::id) sa.flowOut().zinFlowOutBookmarkDeq();
-        sa.schedule();
-    }
-
-    // Writes one message about a member, or remembers its key.
-    template <class K, class Write>
-    static bool
-    sendMember(Sa& sa, const K& key, bool deleted, std::size_t size, Write&& write) {
-        std::optional<Out> out = sa.collSerializeCheck(A::id, deleted, size);
-        if (!out) {
-            remember(sa, key);
-            return false;
-        }
-        write(*out);
-        sa.outSmCommitMessage();
-        flowOf(sa).dirtyKeys.erase(key);
-        return true;
-    }
-
-    template <class K>
-    static void sendDeletion(Sa& sa, const K& key) {
-        flowOf(sa).ephemeralKeys.erase(key);
-        sendMember(sa, key, true, Zin::NboAttrLog::attrLogSize(key), [&](Out& out) {
-            out << key;
-        });
-    }
-
-    template <class Node>
-    static void handleIntKeyValueCollSerialization(Sa& sa, const Node& node) {
-        const auto& value = node.value();
-        sendMember(sa, node.key(), false, Zin::NboAttrLog::attrLogSize(value), [&](Out& out) {
-            out << value;
-        });
-    }
-    template <class Node>
-    static void handleExtKeyValueCollSerialization(Sa& sa, const Node& node) {
-        const auto& key = node.key();
-        const auto& value = node.value();
-        sendMember(
-            sa,
-            key,
-            false,
-            Zin::NboAttrLog::attrLogSize(key) + Zin::NboAttrLog::attrLogSize(value),
-            [&](Out& out) { out << key << value; });
-    }
-    template <class Node>
-    static void handleSetSerialization(Sa& sa, const Node& node) {
-        const auto& key = node.key();
-        sendMember(sa, key, false, Zin::NboAttrLog::attrLogSize(key), [&](Out& out) {
-            out << key;
-        });
-    }
-    template <class Node>
-    static void handleInstantiatingCollSerialization(Sa& sa, const Node& node) {
-        const auto& key = keyOfChild<V>(node);
-        const Zin::Ptr<ChildOf<V>> child(&childOf<V>(node));
-        const std::size_t size =
-            Zin::NboAttrLog::attrLogSize(key) + Demuxer::referenceSize(sa, *child);
-        if (sa.role() == Role::proxy) flowOf(sa).ephemeralKeys.put(key);
-        const bool sent = sendMember(sa, key, false, size, [&](Out& out) {
-            out << key;
-            Demuxer::putReference(out, sa, *child);
-        });
-        if (sent) Demuxer::streamDemuxer(sa, child);
-    }
-
-    template <class Node>
-    static void sendNode(Sa& sa, const Node& node) {
-        if constexpr (InstantiatingCollection<V>) {
-            handleInstantiatingCollSerialization(sa, node);
-        } else if constexpr (SetCollection<V>) {
-            handleSetSerialization(sa, node);
-        } else if constexpr (KeyInsideValue<V>) {
-            handleIntKeyValueCollSerialization(sa, node);
-        } else {
-            handleExtKeyValueCollSerialization(sa, node);
-        }
-    }
-
     // --- Whole collections ---
-
-    // What changes during the walk, or finds no room in the stream, is remembered by key and sent
-    // behind it. Only then has the peer heard of all members, and may delete the others.
-    static bool handleSerializationOfColl(Sa& sa, FlowOut& flowOut) {
-        const bool synced = flowOut.zinHasSynced(A::id);
-        if (!synced && !walk(sa, flowOut)) return false;
-        auto& keys = flowOf(sa).dirtyKeys;
-        for (auto key = keys.iterator(); key; ++key) {
-            if (!sa.continueFlowOut()) {
-                if (!synced) pause(flowOut, behindTheLast());
-                return false;
-            }
-            const auto& sent = key.key();
-            send(sa, &sent);
-        }
-        if (synced) return true;
-        // What could not be sent although there was room must not be missing from the whole.
-        if (keys.members() != 0) resynchronise(sa);
-        if (flowOf(sa).restart) return false;
-        sa.sendTransaction(A::id, TransactionType::close);
-        flowOut.zinHasSyncedIs(A::id, true);
-        return true;
-    }
-
-    using Bookmark = std::conditional_t<
-        HashedCollection<V>,
-        detail::HashBookmark,
-        detail::KeyBookmark<Key>>;
-
-    static void pause(FlowOut& flowOut, Bookmark at) {
-        flowOut.zinFlowOutBookmarkEnq(std::make_unique<Bookmark>(std::move(at)));
-    }
-    static Bookmark behindTheLast() {
-        if constexpr (HashedCollection<V>) {
-            return Bookmark(V::visitEnd);
-        } else {
-            return Bookmark(std::nullopt);
-        }
-    }
-
-    // Whether the walk came to its end.
-    static bool walk(Sa& sa, FlowOut& flowOut) {
-        const std::unique_ptr<FlowOut::Bookmark> saved = flowOut.zinFlowOutBookmarkDeq();
-        const auto* const bookmark = static_cast<const Bookmark*>(saved.get());
-        if (!bookmark) {
-            sa.sendTransaction(A::id, TransactionType::open);
-            flowOf(sa).dirtyKeys.clear();
-            flowOf(sa).restart = false;
-        }
-        const V& collection = stored(sa);
-        if constexpr (HashedCollection<V>) {
-            std::uint64_t position = bookmark ? bookmark->position : 0;
-            while (position < V::visitEnd) {
-                if (!sa.continueFlowOut()) {
-                    pause(flowOut, Bookmark(position));
-                    return false;
-                }
-                position = collection.visitBucket(
-                    static_cast<std::uint32_t>(position),
-                    [&](const auto& node) { sendNode(sa, node); });
-            }
-        } else if (!bookmark || bookmark->key) {
-            auto it = bookmark ? collection.lowerBound(*bookmark->key) : collection.iteratorConst();
-            for (; it; ++it) {
-                if (!sa.continueFlowOut()) {
-                    pause(flowOut, Bookmark(it.key()));
-                    return false;
-                }
-                sendNode(sa, it.node());
-            }
-        }
-        return true;
-    }
 
     static void markAll(Zin::Entity& entity) {
         V& collection = static_cast<T&>(entity).*A::member;
@@ -504,7 +211,13 @@ struct AttributeLogOf {
         const auto& existing,
         const auto& make,
         const void* key) {
-        if (!reference.described || reference.entityId != 0) {
+        const std::uint32_t id = reference.entityId;
+        // A proxy's walk also names the children that this side has described to it.
+        if (!reference.described && id != 0 &&
+            (Demuxer::hasGone(sa, id) || (existing && Demuxer::isBound(sa, *existing, id)))) {
+            return;
+        }
+        if (!reference.described || id != 0) {
             Demuxer::fault(
                 sa,
                 Zin::NboAttrLog::StreamErrorKind::malformed,
@@ -560,24 +273,6 @@ struct AttributeLogOf {
 
     // --- A single child ---
 
-    static void handleSingletonSerialization(Sa& sa) {
-        const auto child = stored(sa);
-        if (!child) {
-            if (std::optional<Out> out = sa.singletonSerializeCheck(A::id, 4 + 1)) {
-                *out << std::uint32_t{0} << false;
-                sa.outSmCommitMessage();
-            }
-            return;
-        }
-        std::optional<Out> out =
-            sa.singletonSerializeCheck(A::id, Demuxer::referenceSize(sa, *child));
-        if (!out) return;
-        Demuxer::putReference(*out, sa, *child);
-        sa.outSmCommitMessage();
-        flowOf(sa).ephemeral = sa.role() == Role::proxy;
-        Demuxer::streamDemuxer(sa, child);
-    }
-
     static void applySingleton(Sa& sa, In& in) {
         using Child = typename Zin::PointeeOf<V>::Type;
         const Demuxer::Reference reference = Demuxer::nextReference(in, sa);
@@ -612,22 +307,6 @@ struct AttributeLogOf {
 
     // --- What the table holds ---
 
-    // The attribute, or the member of it under the key, as it is now.
-    static void send(Sa& sa, const void* key) {
-        if constexpr (Collection<V>) {
-            const auto& k = *static_cast<const Key*>(key);
-            if (const auto* const node = stored(sa).lookup(k)) {
-                sendNode(sa, *node);
-            } else {
-                sendDeletion(sa, k);
-            }
-        } else if constexpr (A::kind == AttributeKind::singleton) {
-            handleSingletonSerialization(sa);
-        } else {
-            handleValueSerialization(sa, stored(sa));
-        }
-    }
-
     static void apply(Sa& sa, In& in) {
         if constexpr (Collection<V>) {
             applyMember(sa, in);
@@ -637,45 +316,9 @@ struct AttributeLogOf {
             applyValue(sa, in);
         }
     }
-
-    // What the peer asks to hear again: a collection without a key is asked for as a whole.
-    static void resend(Sa& sa, In& in) {
-        if constexpr (Collection<V>) {
-            if (in.left() == 0) {
-                if constexpr (InstantiatingCollection<V>) {
-                    for (const auto& node : stored(sa)) Demuxer::deactivate(sa, childOf<V>(node));
-                }
-                return resynchronise(sa);
-            }
-            const auto key = in.next<Key>();
-            in.requireEnd();
-            if constexpr (InstantiatingCollection<V>) {
-                if (const auto child = childIn(stored(sa), key))
-                    Demuxer::deactivate(sa, *child);
-            }
-            // A key that only the peer knows is not remembered for it.
-            if (!sa.mayWrite() && !stored(sa).has(key)) return resynchronise(sa);
-            send(sa, &key);
-        } else {
-            in.requireEnd();
-            if constexpr (A::kind == AttributeKind::singleton) {
-                if (stored(sa)) Demuxer::deactivate(sa, *stored(sa));
-            }
-            send(sa, nullptr);
-        }
-    }
-
-    static bool sameKey(const void* a, const void* b) {
-        return *static_cast<const Key*>(a) == *static_cast<const Key*>(b);
-    }
-    static std::size_t keySize(const void* key) {
-        return Zin::NboAttrLog::attrLogSize(*static_cast<const Key*>(key));
-    }
-    static void putKey(Out& out, const void* key) { out << *static_cast<const Key*>(key); }
 };
 
-// --- Walks over a type's table, compiled once
-// --------------------------------------------------
+// --- Walks over a type's table, compiled once ---
 
 ZIN_EXPORT int streamAdapterOnAttribute(Sa& sa, AttributeId id, const void* key);
 ZIN_EXPORT std::int32_t handleAttrFlowOut(Sa& sa, AttributeId start, FlowOut& flowOut);

@@ -16,7 +16,8 @@ namespace Vorn {
 // copied, and one that holds NUL is not cut there.
 inline bool inetBytes(int family, std::string_view text, std::uint8_t* bytes) {
     std::array<char, INET6_ADDRSTRLEN> terminated{};
-    if (text.size() >= terminated.size() || text.find('\0') != text.npos) return false;
+    if (text.size() >= terminated.size() || text.find('\0') != std::string_view::npos)
+        return false;
     std::copy(text.begin(), text.end(), terminated.begin());
     return inet_pton(family, terminated.data(), bytes) == 1;
 }

@@ -65,7 +65,7 @@ IpGenAddr IpGenAddr::textNext(TextReader& reader) {
     TextReader ahead = reader;
     const std::string_view word = ahead.run("0123456789abcdefABCDEF:.");
     if (word.empty()) reader.fail("an IPv4 or IPv6 address");
-    if (word.find(':') == word.npos) return ip4TextNext(reader);
+    if (word.find(':') == std::string_view::npos) return ip4TextNext(reader);
     return IpGenAddr(Ip6Addr::textNext(reader));
 }
 

@@ -6,6 +6,7 @@
 #include <bit>
 #include <concepts>
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -59,7 +60,7 @@ struct HashMap2018Ops {
             HashMap2018Generic::trivialPlace(vt, slot, from, placing);
         } else {
             new (slot) Node(std::move(node));
-            node.~Node();
+            std::destroy_at(&node);
         }
     }
     static std::uint32_t

@@ -127,7 +127,8 @@ class ZIN_EXPORT Connection {
     // Mirrors what the peer exports under `name` into `local`, which becomes what the owner
     // holds: members that the owner does not have are deleted at the end of their collection's
     // synchronisation. Without `local` an entity of the owner's type and name is made.
-    // Throws Zin::Exception when `name` is mounted already, or `local` or a part of it is a mirror.
+    // Throws Zin::Exception when `name` is mounted already, or `local` or a part of it is a
+    // mirror.
     void mount(const String& name, const Ptr<Entity>& local = {});
     // Ends the mirroring; the local entity stays as it is.
     void unmount(const String& name);

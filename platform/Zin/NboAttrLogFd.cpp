@@ -94,8 +94,7 @@ Fd::~Fd() {
     if (fd_ >= 0) ::close(fd_);
 }
 
-// --- FdStream
-// ----------------------------------------------------------------------------------
+// --- FdStream ---
 
 FdStream::FdStream(
     Fd fd,
@@ -121,8 +120,8 @@ bool FdStream::ready(short events) {
     return !broken_ && !connection_.closed();
 }
 
-// What a reactor throws is passed on when all that was received has been taken: nothing but more
-// bytes would call for the rest.
+// What a reactor throws is passed on when all that was received has been taken: nothing but
+// more bytes would call for the rest.
 void FdStream::read() {
     if (reading_) return;
     reading_ = true;
@@ -179,8 +178,7 @@ void FdStream::write() {
     }
 }
 
-// --- Sockets
-// -----------------------------------------------------------------------------------
+// --- Sockets ---
 
 Address Address::fromText(std::string_view text) {
     Address address;

@@ -61,8 +61,7 @@ void Sa::flowOutIs(AttributeId start) {
     resumeAt_ = 0;
 }
 
-// --- Sending
-// -----------------------------------------------------------------------------------
+// --- Sending ---
 
 std::optional<Out> Sa::singletonSerializeCheck(AttributeId id, std::size_t size) {
     std::optional<Out> out = connection_.attributeMessage(*this, id, size);
@@ -111,8 +110,7 @@ void Sa::sendTransaction(AttributeId id, TransactionType transaction) {
     outSmCommitMessage();
 }
 
-// --- Receiving
-// ---------------------------------------------------------------------------------
+// --- Receiving ---
 
 Sa::Applying::Applying(Sa& sa, AttributeId id, const void* key)
     : sa_(sa), id_(id), key_(key), outer_(sa.applying_) {
@@ -160,8 +158,8 @@ void Sa::onAttribute(AttributeId id, const void* key) {
     if (refused) throwWriteUpdateFromReadOnlyProxyException(*entity_, id);
 }
 
-// The owner's order decides: it is asked to say again what it holds. Where the stream is full, the
-// attribute is remembered, and asked for as a whole.
+// The owner's order decides: it is asked to say again what it holds. Where the stream is full,
+// the attribute is remembered, and asked for as a whole.
 void Sa::askForRefresh(const AttributeInfo& attribute, const void* key) {
     if (!mayWrite()) {
         flowOut_->zinIsDirtyIs(attribute.id, true);
@@ -193,8 +191,7 @@ void doBaseZinNboAttrLogSaMsg(Sa& sa, AttributeId id, In&) {
     Demuxer::faultAttribute(sa, id);
 }
 
-// --- Demuxer
-// -----------------------------------------------------------------------------------
+// --- Demuxer ---
 
 std::size_t Demuxer::referenceSize(Sa& sa, const Entity& child) {
     if (sa.connection_.adapterOf(sa.role(), child)) return 4 + 1;

@@ -32,12 +32,8 @@ class Ptr {
     noexcept : object_(other.release()) {}
     ~Ptr() { dec(object_); }
 
-    Ptr& operator=(const Ptr& other) noexcept {
-        Ptr(other).swap(*this);
-        return *this;
-    }
-    Ptr& operator=(Ptr&& other) noexcept {
-        Ptr(std::move(other)).swap(*this);
+    Ptr& operator=(Ptr other) noexcept {
+        swap(other);
         return *this;
     }
 

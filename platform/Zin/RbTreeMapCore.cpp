@@ -26,10 +26,10 @@ RbTreeNode* RbTreeMapGeneric::next(const RbTreeNode& node) noexcept {
         return below;
     }
     const RbTreeNode* child = &node;
-    RbTreeNode* parent = child->parent();
+    RbTreeNode* parent = child->above();
     while (parent && child == parent->right_) {
         child = parent;
-        parent = parent->parent();
+        parent = parent->above();
     }
     return parent;
 }
@@ -45,7 +45,7 @@ void RbTreeMapGeneric::memberNewChild(
     ZIN_ASSERT(!node.linked(), "RbTreeMapGeneric");
     vt.object(node).ptrInc();
     node.parentAndFlags_ = RbTreeNode::linkedFlag | RbTreeNode::redFlag;
-    node.parentIs(place.parent);
+    node.aboveIs(place.parent);
     if (!place.parent) {
         root_ = &node;
     } else {
@@ -66,26 +66,26 @@ void RbTreeMapGeneric::_memberDelG(const RbTreeMapVTable& vt, RbTreeNode& node) 
         while (successor->left_) successor = successor->left_;
         child = successor->right_;
         removedRed = successor->red();
-        if (successor->parent() == &node) {
+        if (successor->above() == &node) {
             parent = successor;
         } else {
-            parent = successor->parent();
+            parent = successor->above();
             parent->left_ = child;
-            if (child) child->parentIs(parent);
+            if (child) child->aboveIs(parent);
             successor->right_ = node.right_;
-            node.right_->parentIs(successor);
+            node.right_->aboveIs(successor);
         }
         successor->left_ = node.left_;
-        node.left_->parentIs(successor);
-        replaceChild(node.parent(), &node, successor);
-        successor->parentIs(node.parent());
+        node.left_->aboveIs(successor);
+        replaceChild(node.above(), &node, successor);
+        successor->aboveIs(node.above());
         successor->redIs(node.red());
     } else {
         child = node.left_ ? node.left_ : node.right_;
-        parent = node.parent();
+        parent = node.above();
         removedRed = node.red();
         replaceChild(parent, &node, child);
-        if (child) child->parentIs(parent);
+        if (child) child->aboveIs(parent);
     }
     if (!removedRed) balanceUnlinked(child, parent);
     node.clearLinks();
@@ -109,28 +109,28 @@ void RbTreeMapGeneric::replaceChild(
 void RbTreeMapGeneric::rotateLeft(RbTreeNode& node) noexcept {
     RbTreeNode& up = *node.right_;
     node.right_ = up.left_;
-    if (up.left_) up.left_->parentIs(&node);
-    replaceChild(node.parent(), &node, &up);
-    up.parentIs(node.parent());
+    if (up.left_) up.left_->aboveIs(&node);
+    replaceChild(node.above(), &node, &up);
+    up.aboveIs(node.above());
     up.left_ = &node;
-    node.parentIs(&up);
+    node.aboveIs(&up);
 }
 
 void RbTreeMapGeneric::rotateRight(RbTreeNode& node) noexcept {
     RbTreeNode& up = *node.left_;
     node.left_ = up.right_;
-    if (up.right_) up.right_->parentIs(&node);
-    replaceChild(node.parent(), &node, &up);
-    up.parentIs(node.parent());
+    if (up.right_) up.right_->aboveIs(&node);
+    replaceChild(node.above(), &node, &up);
+    up.aboveIs(node.above());
     up.right_ = &node;
-    node.parentIs(&up);
+    node.aboveIs(&up);
 }
 
 // A red node may have come below a red one.
 void RbTreeMapGeneric::balanceLinked(RbTreeNode* node) noexcept {
-    RbTreeNode* parent = node->parent();
+    RbTreeNode* parent = node->above();
     while (parent && parent->red()) {
-        RbTreeNode* const above = parent->parent();  // a red node is never the root
+        RbTreeNode* const above = parent->above();  // a red node is never the root
         const bool onLeft = parent == above->left_;
         RbTreeNode* const uncle = onLeft ? above->right_ : above->left_;
         if (uncle && uncle->red()) {
@@ -138,7 +138,7 @@ void RbTreeMapGeneric::balanceLinked(RbTreeNode* node) noexcept {
             uncle->redIs(false);
             above->redIs(true);
             node = above;
-            parent = node->parent();
+            parent = node->above();
             continue;
         }
         if (onLeft && node == parent->right_) {
@@ -173,7 +173,7 @@ void RbTreeMapGeneric::balanceUnlinked(RbTreeNode* node, RbTreeNode* parent) noe
         if (!isRed(sibling->left_) && !isRed(sibling->right_)) {
             sibling->redIs(true);
             node = parent;
-            parent = node->parent();
+            parent = node->above();
             continue;
         }
         RbTreeNode* const outer = onLeft ? sibling->right_ : sibling->left_;
@@ -227,7 +227,7 @@ void RbTreeMapGeneric::validate() const {
     const auto check = [](const auto& self, const RbTreeNode* node, const RbTreeNode* parent) {
         if (!node) return Below{0, 0};
         ZIN_ASSERT(node->linked(), source);
-        ZIN_ASSERT(node->parent() == parent, source);
+        ZIN_ASSERT(node->above() == parent, source);
         ZIN_ASSERT(!node->red() || (parent && !parent->red()), source);
         const Below left = self(self, node->left_, node);
         const Below right = self(self, node->right_, node);

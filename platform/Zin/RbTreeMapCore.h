@@ -35,10 +35,10 @@ class ZIN_EXPORT RbTreeNode {
     static constexpr std::uintptr_t redFlag = 1;
     static constexpr std::uintptr_t linkedFlag = 2;
 
-    RbTreeNode* parent() const noexcept {
+    RbTreeNode* above() const noexcept {
         return reinterpret_cast<RbTreeNode*>(parentAndFlags_ & ~(redFlag | linkedFlag));
     }
-    void parentIs(RbTreeNode* parent) noexcept {
+    void aboveIs(RbTreeNode* parent) noexcept {
         parentAndFlags_ = reinterpret_cast<std::uintptr_t>(parent) |
                           (parentAndFlags_ & (redFlag | linkedFlag));
     }

@@ -93,9 +93,26 @@ consteval std::string_view nameOf() {
     } else if constexpr (std::same_as<T, String>) {
         return "Zin::String";
     } else if constexpr (std::integral<T>) {
-        constexpr std::array<std::string_view, 9>
-            names{"", "U8", "U16", "", "U32", "", "", "", "U64"};
-        return names[sizeof(T)];
+        constexpr std::array<std::string_view, 18> names{
+            "",
+            "U8",
+            "U16",
+            "",
+            "U32",
+            "",
+            "",
+            "",
+            "U64",
+            "",
+            "S8",
+            "S16",
+            "",
+            "S32",
+            "",
+            "",
+            "",
+            "S64"};
+        return names[sizeof(T) + (std::is_signed_v<T> ? 9 : 0)];
     } else {
         return "collection";
     }

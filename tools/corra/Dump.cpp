@@ -103,7 +103,7 @@ nlohmann::ordered_json jsonOf(const Field& field) {
         return std::string(reader.quoted().view());
     }
     if (type == "U8" || type == "U16" || type == "U32" || type == "U64" || type == "double") {
-        const auto number = nlohmann::ordered_json::parse(field.text, nullptr, false);
+        auto number = nlohmann::ordered_json::parse(field.text, nullptr, false);
         if (number.is_number()) return number;
     }
     return field.text;

@@ -1,9 +1,8 @@
 #include "corra/Mirror.h"
 
-#include <signal.h>
-
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <exception>
 #include <map>
 #include <memory>

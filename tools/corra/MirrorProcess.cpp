@@ -1,12 +1,12 @@
 #include "corra/MirrorProcess.h"
 
 #include <poll.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <stdexcept>
 #include <system_error>
 #include <utility>

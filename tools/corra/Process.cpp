@@ -1,17 +1,14 @@
 #include "corra/Process.h"
 
-#include <signal.h>
 #include <spawn.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-
-extern char** environ;
 
 namespace corra {
 

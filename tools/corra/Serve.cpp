@@ -1,7 +1,6 @@
 #include "corra/Serve.h"
 
-#include <signal.h>
-
+#include <csignal>
 #include <exception>
 #include <memory>
 

@@ -19,7 +19,7 @@ bool saysNothing(const Field& field) {
         const auto begin = std::find_if(at, field.text.end(), isInWord);
         at = std::find_if_not(begin, field.text.end(), isInWord);
         const std::string_view word(begin, at);
-        if (word.find_first_not_of('0') == word.npos) continue;
+        if (word.find_first_not_of('0') == std::string_view::npos) continue;
         if (word != "False" && word != "none" && word != "unset") return false;
     }
     return true;

@@ -1,0 +1,112 @@
+// FlowOutOf is what a stream remembers of one entity of type T (Zin/NboAttrLogFlowOut.h): for
+// each collection the keys that are dirty, for the walk over one the bookmark at which it goes
+// on.
+
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <new>
+#include <optional>
+#include <tuple>
+#include <utility>
+
+#include "Zin/HSet.h"
+#include "Zin/NboAttrLogConnection.h"
+#include "Zin/NboAttrLogFlowOut.h"
+#include "Zin/NboAttrLogIn.h"
+#include "Zin/NboAttrLogSa.h"
+#include "frame/Entity.h"
+
+namespace frame {
+
+using Zin::NboAttrLog::Demuxer;
+using Zin::NboAttrLog::FlowOut;
+using Zin::NboAttrLog::In;
+using Zin::NboAttrLog::Out;
+using Zin::NboAttrLog::Role;
+using Zin::NboAttrLog::Sa;
+using Zin::NboAttrLog::TransactionType;
+
+namespace detail {
+
+// Nothing is kept of an attribute beyond its flags, unless it is a collection.
+template <class A>
+struct CollectionFlow {
+    bool dirty() const { return false; }
+};
+template <class A>
+requires(
+    A::kind == AttributeKind::collection ||
+    A::kind == AttributeKind::instantiating) struct CollectionFlow<A> {
+    using Keys = Zin::HSet<typename A::Value::Key, 0>;
+
+    Keys dirtyKeys;
+    // Of children that a proxy's side made and that the owner has yet to name.
+    Keys ephemeralKeys;
+    // The walk that is under way must begin anew: keys were dropped meanwhile.
+    bool restart = false;
+
+    bool dirty() const { return dirtyKeys.members() != 0; }
+};
+
+template <class A>
+requires(A::kind == AttributeKind::singleton) struct CollectionFlow<A> {
+    // The child was made on a proxy's side, and the owner has yet to name it.
+    bool ephemeral = false;
+
+    bool dirty() const { return false; }
+};
+
+template <class Schema>
+struct FlowState;
+template <const Zin::ZinModule& module, std::uint32_t index, class... Attributes>
+struct FlowState<EntitySchema<module, index, Attributes...>> : CollectionFlow<Attributes>... {
+    bool anyDirty() const {
+        return (static_cast<const CollectionFlow<Attributes>&>(*this).dirty() || ...);
+    }
+
+    std::array<std::uint8_t, sizeof...(Attributes)> flags{};
+};
+
+// Where a walk over a hashed collection goes on: at the bucket of this hash position, or behind
+// the last one.
+struct HashBookmark final : FlowOut::Bookmark {
+    explicit HashBookmark(std::uint64_t at) : position(at) {}
+    std::uint64_t position;
+};
+// Where a walk over an ordered collection goes on: at the first key that is not below this one,
+// or behind the last one.
+template <class K>
+struct KeyBookmark final : FlowOut::Bookmark {
+    explicit KeyBookmark(std::optional<K> at) : key(std::move(at)) {}
+    std::optional<K> key;
+};
+
+}  // namespace detail
+
+template <class T>
+class FlowOutOf final : private detail::FlowState<decltype(T::schema())>, public FlowOut {
+    using State = detail::FlowState<decltype(T::schema())>;
+
+  public:
+    FlowOutOf(Sa* sa, const Zin::EntityTypeInfo& type, AttributeId start)
+        : FlowOut(sa, type, State::flags, start) {}
+
+    bool hasDirtyCollKeys() const override { return State::anyDirty(); }
+
+    template <class A>
+    detail::CollectionFlow<A>& of() {
+        return *this;
+    }
+
+    static void operator delete(FlowOutOf* object, std::destroying_delete_t) {
+        object->~FlowOutOf();
+        Zin::PtrInterface::zinMemFree(object, sizeof(FlowOutOf));
+        zinAllocTrackTypeInfo_.trackDeallocation(typeid(FlowOut), sizeof(FlowOutOf));
+    }
+};
+
+}  // namespace frame
