@@ -77,61 +77,50 @@ consteval Attribute<id, member, onChange> attribute(std::string_view name) {
     return {{name}};
 }
 
-// A stored attribute that nobody changes: it keeps its default and is not carried to peers.
-template <AttributeId attributeId, auto memberPointer>
-struct FrozenAttribute : describe::Field<memberPointer> {
+// What an attribute that no mutator changes has in common with others of its kind.
+template <AttributeId attributeId, AttributeKind attributeKind, bool isStored>
+struct Unchanging {
     static constexpr AttributeId id = attributeId;
-    static constexpr AttributeKind kind = AttributeKind::single;
-    static constexpr bool stored = true;
+    static constexpr AttributeKind kind = attributeKind;
+    static constexpr bool stored = isStored;
     static constexpr bool writable = false;
     static constexpr bool streamed = false;
 
     template <class Notifiee>
     static void tell(Notifiee&, const void*) {}
 };
+
+// A stored attribute that nobody changes: it keeps its default and is not carried to peers.
+template <AttributeId id, auto member>
+struct FrozenAttribute : describe::Field<member>,
+                         Unchanging<id, AttributeKind::single, true> {};
 
 template <AttributeId id, auto member>
 consteval FrozenAttribute<id, member> frozen(std::string_view name) {
-    return {{name}};
+    return {{name}, {}};
 }
 
 // A member that is set when the entity is made, and never again.
-template <AttributeId attributeId, auto memberPointer>
-struct ConstructorParameter : describe::Field<memberPointer> {
-    static constexpr AttributeId id = attributeId;
-    static constexpr AttributeKind kind = AttributeKind::constructorParameter;
-    static constexpr bool stored = true;
-    static constexpr bool writable = false;
-    static constexpr bool streamed = false;
-
-    template <class Notifiee>
-    static void tell(Notifiee&, const void*) {}
-};
+template <AttributeId id, auto member>
+struct ConstructorParameter : describe::Field<member>,
+                              Unchanging<id, AttributeKind::constructorParameter, true> {};
 
 template <AttributeId id, auto member>
 consteval ConstructorParameter<id, member> constructorParameter(std::string_view name) {
-    return {{name}};
+    return {{name}, {}};
 }
 
 // An attribute that is computed by a member function.
-template <AttributeId attributeId, auto functionPointer>
-struct FunctionAttribute {
-    static constexpr AttributeId id = attributeId;
+template <AttributeId id, auto functionPointer>
+struct FunctionAttribute : Unchanging<id, AttributeKind::function, false> {
     static constexpr auto function = functionPointer;
-    static constexpr AttributeKind kind = AttributeKind::function;
-    static constexpr bool stored = false;
-    static constexpr bool writable = false;
-    static constexpr bool streamed = false;
 
     std::string_view name;
-
-    template <class Notifiee>
-    static void tell(Notifiee&, const void*) {}
 };
 
 template <AttributeId id, auto functionPointer>
 consteval FunctionAttribute<id, functionPointer> function(std::string_view name) {
-    return {name};
+    return {{}, name};
 }
 
 // The description of an entity type: its place in its module, its qualified name, its

@@ -184,20 +184,25 @@ void Connection::feed(std::span<const std::byte> bytes) {
         if (!takePartial(bytes)) return;
     }
     while (!closed() && bytes.size() >= headerSize) {
+        if (!fits(bytes)) return;
         const std::size_t size = wordAt(bytes, 0);
-        if (size > options_.maxMessage) {
-            fail(
-                StreamErrorKind::oversized,
-                position_,
-                "a payload of " + std::to_string(size) + " bytes, more than " +
-                    std::to_string(options_.maxMessage));
-            return;
-        }
         if (bytes.size() < headerSize + size) return;
         const std::span<const std::byte> whole = bytes.first(headerSize + size);
         bytes = bytes.subspan(whole.size());
         takeMessage(whole);
     }
+}
+
+// Whether the message that begins here is one that this side takes; otherwise the stream ends.
+bool Connection::fits(std::span<const std::byte> header) {
+    const std::size_t size = wordAt(header, 0);
+    if (size <= options_.maxMessage) return true;
+    fail(
+        StreamErrorKind::oversized,
+        position_,
+        "a payload of " + std::to_string(size) + " bytes, more than " +
+            std::to_string(options_.maxMessage));
+    return false;
 }
 
 // Completes the message of which a part was received, and takes it. False when bytes are
@@ -215,15 +220,8 @@ bool Connection::takePartial(std::span<const std::byte>& bytes) {
     };
     try {
         if (!complete(headerSize)) return false;
+        if (!fits(partial_)) return false;
         const std::size_t size = wordAt(partial_, 0);
-        if (size > options_.maxMessage) {
-            fail(
-                StreamErrorKind::oversized,
-                position_,
-                "a payload of " + std::to_string(size) + " bytes, more than " +
-                    std::to_string(options_.maxMessage));
-            return false;
-        }
         if (!complete(headerSize + size)) return false;
         // More than one message waits here when a reactor threw.
         if (partial_.size() == headerSize + size) {

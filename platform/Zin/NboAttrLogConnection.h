@@ -185,6 +185,7 @@ class ZIN_EXPORT Connection {
     };
 
     // --- Received messages ---
+    bool fits(std::span<const std::byte> header);
     bool takePartial(std::span<const std::byte>& bytes);
     void takeMessage(std::span<const std::byte> whole);
     void dispatch(MessageId id, In& in);
