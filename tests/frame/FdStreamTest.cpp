@@ -4,6 +4,8 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -151,6 +153,37 @@ TEST(UnixSockets, AreForTheirOwnerAndReplaceWhatIsStale) {
     std::ofstream(occupied.path) << "kept";
     EXPECT_THROW(listenAt(occupied), Zin::Exception);
     EXPECT_TRUE(std::filesystem::exists(occupied.path));
+}
+
+// The file's mode is opened up here, so that only the peer's identity stands in the way.
+TEST(UnixSockets, TurnAwayAPeerOfAnotherUser) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
+    const Directory directory;
+    const Address address = Address::fromText("unix:" + (directory.path / "socket").string());
+    const Fd listening = listenAt(address);
+    std::filesystem::permissions(directory.path, std::filesystem::perms(0755));
+    std::filesystem::permissions(address.path, std::filesystem::perms(0666));
+    const pid_t stranger = ::fork();
+    if (stranger == 0) {
+        const bool became = ::setgid(65534) == 0 && ::setuid(65534) == 0;
+        sockaddr_un where{};
+        where.sun_family = AF_UNIX;
+        address.path.copy(where.sun_path, sizeof where.sun_path - 1);
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        const bool connected =
+            ::connect(fd, reinterpret_cast<const sockaddr*>(&where), sizeof where) == 0;
+        char byte = 0;
+        // The end of the stream tells that it was turned away.
+        ::_exit(became && connected && ::recv(fd, &byte, 1, 0) == 0 ? 0 : 1);
+    }
+    pollfd waiting{listening.get(), POLLIN, 0};
+    ASSERT_EQ(::poll(&waiting, 1, 5000), 1);
+    bool refused = false;
+    EXPECT_FALSE(acceptFrom(listening, refused));
+    EXPECT_TRUE(refused);
+    int status = -1;
+    ASSERT_EQ(::waitpid(stranger, &status, 0), stranger);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(LoopbackSockets, SayTheirPort) {
