@@ -13,6 +13,14 @@ const Zin::ModuleRegistration registration(&_PseudowireConfig_4a3e203c_zinModule
 
 }  // namespace
 
+Zin::EnumType GroupIdAllocationInstance(std::uint32_t number) {
+    return Zin::EnumType::instance<GroupIdAllocation>(number);
+}
+
+Zin::EnumType GroupIdAllocationInstance(const Zin::String& name) {
+    return Zin::EnumType::instance<GroupIdAllocation>(name);
+}
+
 Zin::Ptr<Config> Config::ConfigIs(const Zin::String& name) {
     return frame::make<Config>(name);
 }

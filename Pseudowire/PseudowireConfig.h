@@ -31,6 +31,13 @@ consteval auto enumeration(GroupIdAllocation) {
         {{byPort, "byPort"}, {byPseudowire, "byPseudowire"}, {manual, "manual"}});
 }
 
+using Zin::stringValue;
+
+// The enumerator of that number, or of that name; throws Zin::RangeException when there is
+// none.
+ZIN_EXPORT Zin::EnumType GroupIdAllocationInstance(std::uint32_t number);
+ZIN_EXPORT Zin::EnumType GroupIdAllocationInstance(const Zin::String& name);
+
 class ZIN_EXPORT Config final : public frame::EntityOf<Config> {
   public:
     struct PatchKeyFunktor {

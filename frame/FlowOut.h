@@ -92,8 +92,8 @@ class FlowOutOf final : private detail::FlowState<decltype(T::schema())>, public
     using State = detail::FlowState<decltype(T::schema())>;
 
   public:
-    FlowOutOf(Sa* sa, const Zin::EntityTypeInfo& type, AttributeId start)
-        : FlowOut(sa, type, State::flags, start) {}
+    FlowOutOf(Sa* sa, const Zin::EntityTypeInfo& type, bool initial, AttributeId start)
+        : FlowOut(sa, type, State::flags, initial, start) {}
 
     bool hasDirtyCollKeys() const override { return State::anyDirty(); }
 

@@ -130,6 +130,7 @@ inline constexpr Zin::EntityTypeInfo entityTypeInfo{
     .attributes = attributesOf<T>,
     .newEntityForDir = Zin::TypeImpl<T>::directoryHook(),
     .newEntityForAttrLog = &Zin::TypeImpl<T>::newEntityForAttrLog,
+    .genericIfConstructFromCtorArgs = &Zin::TypeImpl<T>::genericIfConstructFromCtorArgs,
     .serializeConstructorParams = &Zin::TypeImpl<T>::serializeConstructorParams,
     .attrLogSizeCtorParams = &Zin::TypeImpl<T>::attrLogSizeCtorParams,
     .newFlowOut = &Zin::TypeImpl<T>::newFlowOut,
@@ -187,6 +188,20 @@ struct TypeImpl<T> {
             arguments);
     }
 
+    // Makes an entity of arguments of which no type is known: each pointer points at a
+    // constructor parameter, in their order. The result slot gets the raw pointer to the entity
+    // (Zin::Entity*) and the reference that it holds.
+    static void genericIfConstructFromCtorArgs(void* result, const void* const* arguments) {
+        using Arguments = typename T::ConstructorArguments;
+        [&]<std::size_t... place>(std::index_sequence<place...>) {
+            *static_cast<Entity**>(result) =
+                frame::make<T>(*static_cast<const std::tuple_element_t<place, Arguments>*>(
+                                   arguments[place])...)
+                    .release();
+        }
+        (std::make_index_sequence<std::tuple_size_v<Arguments>>());
+    }
+
     static void serializeConstructorParams(Out& out, const Entity& entity) {
         std::apply(
             [&](const auto&... each) { (out << ... << each); },
@@ -198,19 +213,19 @@ struct TypeImpl<T> {
             static_cast<const T&>(entity).constructorArguments());
     }
 
-    static Ptr<FlowOut> newFlowOut(Sa* sa, bool active, AttributeId start) {
+    static Ptr<FlowOut> newFlowOut(Sa* sa, bool initial, AttributeId start) {
         using Made = frame::FlowOutOf<T>;
         AllocTrackTypeInfo& track = FlowOut::zinAllocTrackTypeInfo_;
         track.trackAllocation(typeid(FlowOut), sizeof(Made));
         Ptr<FlowOut> made;
         try {
             made = Ptr<FlowOut>(new (PtrInterface::zinMemAlloc(sizeof(Made)))
-                                    Made(sa, frame::entityTypeInfo<T>, start));
+                                    Made(sa, frame::entityTypeInfo<T>, initial, start));
         } catch (...) {
             track.trackDeallocation(typeid(FlowOut), sizeof(Made));
             throw;
         }
-        made->hasNotificationActiveIs(active);
+        made->hasNotificationActiveIs(true);
         return made;
     }
 

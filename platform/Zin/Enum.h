@@ -33,6 +33,35 @@ ZIN_EXPORT std::optional<std::uint32_t> enumNumber(
     std::span<const describe::Enumerator> all,
     std::string_view name) noexcept;
 
+// One enumerator, for code that knows no enumeration: found by number or by name. A number or a
+// name that no enumerator has throws a RangeException that says which there are.
+class ZIN_EXPORT EnumType {
+  public:
+    template <describe::DescribedEnum E>
+    static EnumType instance(std::uint32_t number) {
+        const auto& all = describe::enumerationOf<E>;
+        return EnumType(all.typeName, all.enumerators, number);
+    }
+    template <describe::DescribedEnum E>
+    static EnumType instance(const String& name) {
+        const auto& all = describe::enumerationOf<E>;
+        return EnumType(all.typeName, all.enumerators, name.view());
+    }
+
+    std::string_view typeName() const noexcept { return typeName_; }
+    std::uint32_t value() const noexcept { return enumerator_->number; }
+    String stringValue() const { return enumerator_->name; }
+
+  private:
+    using All = std::span<const describe::Enumerator>;
+
+    EnumType(std::string_view typeName, All all, std::uint32_t number);
+    EnumType(std::string_view typeName, All all, std::string_view name);
+
+    std::string_view typeName_;
+    const describe::Enumerator* enumerator_;
+};
+
 template <describe::DescribedEnum E>
 String stringValue(E value) {
     return enumName(describe::enumerationOf<E>.enumerators, static_cast<std::uint32_t>(value));

@@ -104,6 +104,7 @@ struct EntityTypeInfo {
     // Null for a type that never stands at the top of a directory.
     Ptr<Entity> (*newEntityForDir)(const String& name, const void* extraArguments);
     Ptr<Entity> (*newEntityForAttrLog)(NboAttrLog::In* in);
+    void (*genericIfConstructFromCtorArgs)(void* result, const void* const* arguments);
     void (*serializeConstructorParams)(NboAttrLog::Out& out, const Entity& entity);
     std::size_t (*attrLogSizeCtorParams)(const Entity& entity);
     Ptr<NboAttrLog::FlowOut> (*newFlowOut)(NboAttrLog::Sa* sa, bool initial, AttributeId start);

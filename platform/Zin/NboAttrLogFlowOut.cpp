@@ -8,8 +8,9 @@ FlowOut::FlowOut(
     Sa* sa,
     const EntityTypeInfo& type,
     std::span<std::uint8_t> flags,
+    bool initial,
     AttributeId start) noexcept
-    : sa_(sa), type_(type), flags_(flags), current_(start) {
+    : sa_(sa), type_(type), flags_(flags), initial_(initial), current_(start) {
     for (const AttributeInfo& attribute : type_.attributes) {
         if (!attribute.streamed) continue;
         if (attribute.isCollection()) {

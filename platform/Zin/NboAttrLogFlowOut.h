@@ -20,6 +20,8 @@ class ZIN_EXPORT FlowOut : public PtrInterface {
     ~FlowOut() override;
 
     Sa* sa() const noexcept { return sa_; }
+    // Whether it was made to tell the peer everything, not to follow what it knows already.
+    bool initial() const noexcept { return initial_; }
     const EntityTypeInfo& type() const noexcept { return type_; }
 
     // A single attribute whose value the peer has yet to hear.
@@ -57,6 +59,7 @@ class ZIN_EXPORT FlowOut : public PtrInterface {
         Sa* sa,
         const EntityTypeInfo& type,
         std::span<std::uint8_t> flags,
+        bool initial,
         AttributeId start) noexcept;
 
   private:
@@ -69,6 +72,7 @@ class ZIN_EXPORT FlowOut : public PtrInterface {
     Sa* sa_;
     const EntityTypeInfo& type_;
     std::span<std::uint8_t> flags_;
+    bool initial_;
     AttributeId current_;
     std::unique_ptr<Bookmark> bookmark_;
 };

@@ -57,7 +57,7 @@ void Sa::detach() noexcept {
 }
 
 void Sa::flowOutIs(AttributeId start) {
-    flowOut_ = type_.newFlowOut(this, true, start);
+    flowOut_ = type_.newFlowOut(this, start == 0, start);
     resumeAt_ = 0;
 }
 

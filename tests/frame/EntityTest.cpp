@@ -89,6 +89,15 @@ TEST_P(EveryType, IsFoundMadeAndDescribed) {
 
     int argument = 0;
     EXPECT_THROW(handle.info()->newEntityForDir("it", &argument), Zin::NewEntityArgsException);
+
+    const Zin::String name("of arguments");
+    const void* arguments[] = {&name};
+    Zin::Entity* raw = nullptr;
+    handle.info()->genericIfConstructFromCtorArgs(&raw, arguments);
+    const auto constructed = Zin::Ptr<Zin::Entity>::adopted(raw);
+    EXPECT_EQ(constructed->fwkType(), handle);
+    EXPECT_EQ(constructed->name(), name);
+    EXPECT_EQ(constructed->references(), 1u);
 }
 
 // The rule of all mutators, for every attribute of every type and its children: what changed is
@@ -161,6 +170,11 @@ TEST(Factories, MakeTheSameAsTheSingletonInstantiation) {
     EXPECT_EQ(config->intfReviewDelayRangeDefault(), config->intfReviewDelayRange());
     EXPECT_EQ(config->getMtuDefault(), config->mtu());
     EXPECT_EQ(config->getMtuIgnoreDefault(), config->mtuIgnore());
+    EXPECT_EQ(Pseudowire::GroupIdAllocationInstance("byPseudowire").value(), 1u);
+    EXPECT_EQ(Pseudowire::GroupIdAllocationInstance(2).stringValue(), "manual");
+    EXPECT_EQ(stringValue(config->groupIdAllocation()), "manual");
+    EXPECT_THROW(Pseudowire::GroupIdAllocationInstance("bySlot"), Zin::RangeException);
+    EXPECT_THROW(Pseudowire::GroupIdAllocationInstance(3), Zin::RangeException);
 }
 
 // --- References ---
