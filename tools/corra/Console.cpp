@@ -29,7 +29,7 @@ std::string_view colourOf(std::string_view line) {
 }
 
 void write(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
 }  // namespace

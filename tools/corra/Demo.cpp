@@ -35,7 +35,7 @@ std::vector<std::filesystem::path> capturesIn(const std::string& directory) {
     return captures;
 }
 
-std::string counted(std::size_t number, const std::string& one, const std::string& many) {
+std::string counted(std::uint64_t number, const std::string& one, const std::string& many) {
     return std::to_string(number) + ' ' + (number == 1 ? one : many);
 }
 
