@@ -11,7 +11,8 @@
 // copies may be used by others when Zin::VFPtrInterface::threadSafePointers_ is set. Where an
 // operation throws std::bad_alloc the map is as it was. An empty map holds no memory.
 //
-// Cost: a lookup about two cache misses in a large map, and no allocation.
+// Cost: in a large map a lookup misses the cache about once where the key is present and waits
+// for no bucket where it is absent; it never allocates.
 
 #pragma once
 
@@ -87,7 +88,7 @@ class ZIN_EXPORT HashMap2018 {
     }
     Put put(const K& key) requires(isSet) {
         const std::uint32_t hash = hashOf(key);
-        const hashed::Slot leaf = core_.leafOf(hash);
+        const hashed::Leaf leaf = core_.leafOf(hash);
         if (find(leaf, hash, key)) return Put::unchanged;
         insert(leaf, hash, key, key);
         return Put::inserted;
@@ -176,13 +177,14 @@ class ZIN_EXPORT HashMap2018 {
         return reinterpret_cast<Node*>(bucket.entries());
     }
 
-    static const Node* find(hashed::Slot leaf, std::uint32_t hash, const K& key) noexcept {
-        if (hashed::tagOf(leaf) == hashed::listTag) [[unlikely]] {
-            return static_cast<const Node*>(HashMap2018Generic::lookupInListG(vt_, leaf, &key));
+    static const Node*
+    find(const hashed::Leaf& leaf, std::uint32_t hash, const K& key) noexcept {
+        if (hashed::isList(leaf.slot)) [[unlikely]] {
+            return static_cast<const Node*>(
+                HashMap2018Generic::lookupInListG(vt_, leaf.slot, &key));
         }
-        hashed::Bucket& bucket = hashed::bucketOf(leaf);
-        for (unsigned left = bucket.matches(hash); left != 0; left &= left - 1) {
-            const Node& node = nodesOf(bucket)[std::countr_zero(left)];
+        for (unsigned left = leaf.fingerprints->matches(hash); left != 0; left &= left - 1) {
+            const Node& node = nodesOf(hashed::bucketOf(leaf.slot))[std::countr_zero(left)];
             if (key == node.key()) [[likely]] {
                 return &node;
             }
@@ -193,7 +195,7 @@ class ZIN_EXPORT HashMap2018 {
     template <class... Parts>
     Put putMember(const K& key, const auto& value, const Parts&... parts) {
         const std::uint32_t hash = hashOf(key);
-        const hashed::Slot leaf = core_.leafOf(hash);
+        const hashed::Leaf leaf = core_.leafOf(hash);
         const Node* const found = find(leaf, hash, key);
         if (!found) {
             insert(leaf, hash, key, parts...);
@@ -224,14 +226,15 @@ class ZIN_EXPORT HashMap2018 {
     }
 
     template <class... Parts>
-    void insert(hashed::Slot leaf, std::uint32_t hash, const K& key, const Parts&... parts) {
-        if (core_.ownsAll() && hashed::tagOf(leaf) == hashed::bucketTag) [[likely]] {
-            hashed::Bucket& bucket = hashed::bucketOf(leaf);
+    void
+    insert(const hashed::Leaf& leaf, std::uint32_t hash, const K& key, const Parts&... parts) {
+        if (core_.ownsAll() && hashed::tagOf(leaf.slot) == hashed::bucketTag) [[likely]] {
+            hashed::Bucket& bucket = hashed::bucketOf(leaf.slot);
             if (bucket.count < bucket.capacity) [[likely]] {
                 const auto position =
                     static_cast<unsigned>(std::countr_zero(bucket.freePositions()));
                 new (nodesOf(bucket) + position) Node(parts...);
-                core_.memberAdopted(vt_, bucket, position, hash);
+                core_.memberAdopted(vt_, leaf, position, hash);
                 return;
             }
         }

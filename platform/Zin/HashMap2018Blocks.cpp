@@ -18,6 +18,14 @@ constinit const Bucket emptyBuckets[directoryBitsMax + 1] = {
     {{1}, 0, 0, 0, 7, {0}, {}},
 };
 
+void Leaf::manyCopiesAre(
+    Fingerprints* copies,
+    std::uint32_t length,
+    unsigned position,
+    std::uint8_t fingerprint) noexcept {
+    for (std::uint32_t i = 0; i < length; ++i) copies[i].at[position] = fingerprint;
+}
+
 namespace {
 
 // Tags need the low four bits of an address.
@@ -59,7 +67,7 @@ constexpr std::size_t headerBytes(std::uint32_t slotCount) noexcept {
 }
 
 constexpr std::size_t directoryBytes(unsigned bits) noexcept {
-    return sizeof(Directory) + (sizeof(Slot) << bits);
+    return sizeof(Directory) + ((sizeof(Slot) + sizeof(Fingerprints)) << bits);
 }
 
 }  // namespace
@@ -72,7 +80,8 @@ void freeLeaf(const VTable& vt, void* leaf, std::uint32_t slotCount) noexcept {
 Directory& newDirectory(const VTable& vt, unsigned bits) {
     vt.allocTrack->trackAllocation(*vt.collection, directoryBytes(bits));
     try {
-        return *new (takeBlock(directoryBytes(bits))) Directory{{1}, 0};
+        auto* const fingerprints = static_cast<Fingerprints*>(takeBlock(directoryBytes(bits)));
+        return *new (fingerprints + (std::size_t{1} << bits)) Directory{{1}, 0};
     } catch (...) {
         vt.allocTrack->trackDeallocation(*vt.collection, directoryBytes(bits));
         throw;
@@ -80,8 +89,27 @@ Directory& newDirectory(const VTable& vt, unsigned bits) {
 }
 
 void freeDirectory(const VTable& vt, Slot directory) noexcept {
-    freeBlock(&directoryOf(directory));
+    freeBlock(directoryOf(directory).fingerprints((std::size_t{1} << tagOf(directory)) - 1));
     vt.allocTrack->trackDeallocation(*vt.collection, directoryBytes(tagOf(directory)));
+}
+
+void slotsAre(Slot directory, std::size_t first, std::size_t length, Slot slot) noexcept {
+    std::fill_n(directoryOf(directory).slots() + first, length, slot);
+    if (tagOf(slot) != bucketTag) return;
+    std::fill_n(
+        directoryOf(directory).fingerprints(first + length - 1),
+        length,
+        bucketOf(slot).fingerprints);
+}
+
+void copySlots(Slot to, Slot from) noexcept {
+    const unsigned toBits = tagOf(to);
+    const unsigned fromBits = tagOf(from);
+    for (std::size_t i = 0; i < std::size_t{1} << toBits; ++i) {
+        const std::size_t source = (i << fromBits) >> toBits;
+        directoryOf(to).slots()[i] = directoryOf(from).slots()[source];
+        *directoryOf(to).fingerprints(i) = *directoryOf(from).fingerprints(source);
+    }
 }
 
 void fill(const VTable& vt, Bucket& to, Bucket& from, Placing placing) noexcept {
@@ -89,7 +117,7 @@ void fill(const VTable& vt, Bucket& to, Bucket& from, Placing placing) noexcept 
     to.count = from.count;
     to.depth = from.depth;
     to.orderIs(from.order());
-    std::memcpy(to.fingerprints, from.fingerprints, sizeof to.fingerprints);
+    to.fingerprints = from.fingerprints;
     if (placing == Placing::move ? vt.movesAsBytes : vt.copiesAsBytes) {
         std::memcpy(to.entries(), from.entries(), from.capacity * vt.entrySize);
         return;
@@ -131,7 +159,7 @@ void release(const VTable& vt, Slot slot) noexcept {
 
 void releaseLeaf(const VTable& vt, Slot leaf) noexcept {
     if (isConstant(leaf) || !referenceDec(countedOf(leaf).references)) return;
-    if (tagOf(leaf) == listTag) {
+    if (isList(leaf)) {
         CollisionList& list = listOf(leaf);
         for (std::uint32_t i = 0; !vt.destroysNothing && i < list.count; ++i) {
             vt.destroyNode(list.entries() + i * vt.entrySize);
@@ -154,16 +182,21 @@ void ownDirectory(const VTable& vt, Slot& holder) {
     if (referenceIsUnique(countedOf(holder).references)) return;
     const unsigned bits = tagOf(holder);
     const Slot copy = slotOf(newDirectory(vt, bits), bits);
-    std::copy_n(directoryOf(holder).slots(), std::size_t{1} << bits, directoryOf(copy).slots());
+    const std::size_t width = std::size_t{1} << bits;
+    Directory& from = directoryOf(holder);
+    Directory& to = directoryOf(copy);
+    std::copy_n(from.slots(), width, to.slots());
+    std::copy_n(from.fingerprints(width - 1), width, to.fingerprints(width - 1));
     forEachBelow(copy, retain);
     release(vt, holder);
     holder = copy;
 }
 
+// The fingerprints stay as they are.
 void ownLeaf(const VTable& vt, Run run) {
-    const Slot old = *run.first;
+    const Slot old = run.front();
     if (isConstant(old) || referenceIsUnique(countedOf(old).references)) return;
-    if (tagOf(old) == listTag) {
+    if (isList(old)) {
         CollisionList& from = listOf(old);
         CollisionList& to = newList(vt, from.capacity);
         for (std::uint32_t i = 0; i < from.count; ++i) {
@@ -172,11 +205,11 @@ void ownLeaf(const VTable& vt, Run run) {
         }
         std::copy_n(from.marks(vt.entrySize), from.count, to.marks(vt.entrySize));
         to.count = from.count;
-        *run.first = slotOf(to);
+        run.front() = slotOf(to);
     } else {
         Bucket& to = newBucket(vt, bucketOf(old).capacity);
         fill(vt, to, bucketOf(old), Placing::copy);
-        std::fill_n(run.first, run.length, slotOf(to));
+        std::fill(run.begin(), run.end(), slotOf(to));
     }
     vt.bktHdrRefDec(vt, old);
 }
@@ -204,7 +237,7 @@ void ownAll(const VTable& vt, Slot& holder) {
 void markAll(const VTable& vt, Slot slot) noexcept {
     if (isDirectory(slot)) {
         forEachBelow(slot, [&vt](Slot below) { markAll(vt, below); });
-    } else if (tagOf(slot) == listTag) {
+    } else if (isList(slot)) {
         CollisionList& list = listOf(slot);
         std::fill_n(list.marks(vt.entrySize), list.count, std::uint8_t{1});
     } else if (!isConstant(slot)) {

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 #include "Zin/HashMap2018Core.h"
 
@@ -18,10 +19,7 @@ using VTable = HashMap2018VTable;
 using Placing = HashMap2018Placing;
 
 // Neighbouring slots that hold the same leaf.
-struct Run {
-    Slot* first;
-    std::size_t length;
-};
+using Run = std::span<Slot>;
 
 inline Slot slotOf(const Directory& directory, unsigned bits) noexcept {
     return reinterpret_cast<Slot>(&directory) | bits;
@@ -40,6 +38,11 @@ inline bool isConstant(Slot slot) noexcept {
 inline Counted& countedOf(Slot slot) noexcept {
     return *reinterpret_cast<Counted*>(slot & ~tagMask);
 }
+
+// Neighbouring slots of a directory get this one, and its fingerprints.
+void slotsAre(Slot directory, std::size_t first, std::size_t length, Slot slot) noexcept;
+// Lays out the ranges of a directory in one of another width. Counts no references.
+void copySlots(Slot to, Slot from) noexcept;
 
 // Calls f once for each leaf and directory that the slots hold. Equal neighbours are one
 // bucket, or empty constants, which need no care.

@@ -7,6 +7,10 @@
 // than 15 members, so equal sets of keys are laid out alike whatever their history. (The width
 // of a directory and the capacity of a bucket may differ: they change no order.)
 //
+// Beside each of its slots a directory holds a copy of the fingerprints of the bucket there. A
+// lookup compares those, so it touches a bucket only where an entry may match. What changes a
+// bucket takes its fingerprints for true and brings the copies up to date.
+//
 // Entries never move inside a bucket. Their key order stands in one word beside them and is
 // settled at the first ordered use, so that an insertion compares no keys.
 //
@@ -23,7 +27,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "Zin/Export.h"
 
@@ -123,13 +126,23 @@ inline unsigned matchingBytes(const std::uint8_t* bytes, std::uint8_t byte) noex
 #endif
 }
 
+// Of the entries of a bucket by their positions. 0 marks a free position; the last byte is
+// always 0.
+struct alignas(16) Fingerprints {
+    std::uint8_t at[16];
+
+    unsigned matches(std::uint32_t hash) const noexcept {
+        return matchingBytes(at, fingerprintOf(hash));
+    }
+};
+
 struct alignas(16) Bucket : Counted {
     std::uint16_t marks;  // bit i: the entry at position i is marked for deletion
     std::uint8_t count : 4;
     std::uint8_t capacity : 4;  // 0 in the constants that stand for empty ranges
     std::uint8_t depth;         // bits of its directory that its members share
     std::atomic<std::uint64_t> orderWord;
-    std::uint8_t fingerprints[16];  // 0 marks a free position; the last byte is always 0
+    Fingerprints fingerprints;
 
     std::uint64_t order() const noexcept { return orderWord.load(std::memory_order_relaxed); }
     void orderIs(std::uint64_t word) noexcept {
@@ -140,23 +153,22 @@ struct alignas(16) Bucket : Counted {
     char* entries() noexcept { return reinterpret_cast<char*>(this + 1); }
     const char* entries() const noexcept { return reinterpret_cast<const char*>(this + 1); }
 
-    unsigned matches(std::uint32_t hash) const noexcept {
-        return matchingBytes(fingerprints, fingerprintOf(hash));
-    }
     unsigned freePositions() const noexcept {
-        return matchingBytes(fingerprints, 0) & ((1U << capacity) - 1);
+        return matchingBytes(fingerprints.at, 0) & ((1U << capacity) - 1);
     }
-    unsigned usedPositions() const noexcept { return ~matchingBytes(fingerprints, 0) & 0x7fff; }
+    unsigned usedPositions() const noexcept {
+        return ~matchingBytes(fingerprints.at, 0) & 0x7fff;
+    }
 
     // The entry that was built at a free position becomes a member, with no place in the order
     // yet.
     void adopt(unsigned position, std::uint32_t hash) noexcept {
-        fingerprints[position] = fingerprintOf(hash);
+        fingerprints.at[position] = fingerprintOf(hash);
         orderIs(order::appended(order(), count, position));
         count = (count + 1) & 15;
     }
     void forget(unsigned position) noexcept {
-        fingerprints[position] = 0;
+        fingerprints.at[position] = 0;
         marks = static_cast<std::uint16_t>(marks & ~(1U << position));
         orderIs(order::erased(order(), position));
         count = (count - 1) & 15;
@@ -180,13 +192,17 @@ struct alignas(16) CollisionList : Counted {
 using Slot = std::uintptr_t;
 inline constexpr Slot tagMask = 15;
 inline constexpr unsigned bucketTag = 0;  // 1 to 7: a directory of so many bits
-inline constexpr unsigned listTag = 8;
+inline constexpr Slot directoryTags = 7;
+inline constexpr Slot listTag = 8;
 
 constexpr unsigned tagOf(Slot slot) noexcept {
     return static_cast<unsigned>(slot & tagMask);
 }
+constexpr bool isList(Slot slot) noexcept {
+    return (slot & listTag) != 0;
+}
 constexpr bool isDirectory(Slot slot) noexcept {
-    return tagOf(slot) != bucketTag && tagOf(slot) != listTag;
+    return (slot & directoryTags) != 0;
 }
 inline Bucket& bucketOf(Slot slot) noexcept {
     return *reinterpret_cast<Bucket*>(slot);
@@ -195,11 +211,15 @@ inline CollisionList& listOf(Slot slot) noexcept {
     return *reinterpret_cast<CollisionList*>(slot - listTag);
 }
 
-// Followed by 2^bits slots.
+// Followed by 2^bits slots. Before it, in reverse, each of them has a copy of the fingerprints
+// of its bucket: zeros for an empty range, anything for a directory or list.
 struct Directory : Counted {
     std::uint32_t reserved;
 
     Slot* slots() noexcept { return reinterpret_cast<Slot*>(this + 1); }
+    Fingerprints* fingerprints(std::size_t index) noexcept {
+        return reinterpret_cast<Fingerprints*>(this) - 1 - index;
+    }
 };
 static_assert(sizeof(Directory) == 8);
 
@@ -214,17 +234,56 @@ inline Slot emptySlot(unsigned depth) noexcept {
     return reinterpret_cast<Slot>(&emptyBuckets[depth]);
 }
 
-// The bucket or list whose range of hashes contains this one.
-inline Slot leafOf(Slot slot, std::uint32_t hash) noexcept {
-    while (const unsigned bits = tagOf(slot)) {
-        if (bits == listTag) [[unlikely]] {
-            break;
-        }
-        const std::uint64_t shifted = std::uint64_t{hash} << bits;
-        slot = directoryOf(slot).slots()[shifted >> 32];
-        hash = static_cast<std::uint32_t>(shifted);
+// A bucket or list and where it was found.
+struct Leaf {
+    Slot slot;
+    Fingerprints* fingerprints;  // beside its slot; of a root, its own
+    std::uint32_t index;         // of the slot in its directory
+    unsigned bits;               // of that directory; both 0 where the leaf is the root
+
+    // As in Bucket, with the copies. REQUIRES: bucket and directory are owned. (Inlined, or
+    // each search before an insertion would have to build this in memory.)
+    [[gnu::always_inline]] void adopt(unsigned position, std::uint32_t hash) const noexcept {
+        bucketOf(slot).adopt(position, hash);
+        copiesAre(position, fingerprintOf(hash));
     }
-    return slot;
+    void forget(unsigned position) const noexcept {
+        bucketOf(slot).forget(position);
+        copiesAre(position, 0);
+    }
+
+  private:
+    [[gnu::always_inline]] void copiesAre(unsigned position, std::uint8_t fingerprint)
+        const noexcept {
+        const std::uint32_t length = 1U << (bits - bucketOf(slot).depth);
+        Fingerprints* const copies = fingerprints - (~index & (length - 1));
+        // Mostly it is one or two; nobody could predict which.
+        copies[0].at[position] = fingerprint;
+        copies[length - 1].at[position] = fingerprint;
+        if (length > 2) [[unlikely]] {
+            manyCopiesAre(copies, length, position, fingerprint);
+        }
+    }
+    ZIN_EXPORT static void manyCopiesAre(
+        Fingerprints* copies,
+        std::uint32_t length,
+        unsigned position,
+        std::uint8_t fingerprint) noexcept;
+};
+
+// The leaf whose range of hashes contains this one.
+inline Leaf leafOf(Slot root, std::uint32_t hash) noexcept {
+    if (tagOf(root) == bucketTag) return {root, &bucketOf(root).fingerprints, 0, 0};
+    Slot directory = 0;
+    Slot slot = root;
+    std::uint64_t shifted = hash;
+    do {
+        directory = slot;
+        shifted = (shifted & 0xffffffff) << tagOf(directory);
+        slot = directoryOf(directory).slots()[shifted >> 32];
+    } while (isDirectory(slot));
+    const auto index = static_cast<std::uint32_t>(shifted >> 32);
+    return {slot, directoryOf(directory).fingerprints(index), index, tagOf(directory)};
 }
 
 }  // namespace Zin::hashed

@@ -141,13 +141,17 @@ HashMap2018Generic::Location HashMap2018Generic::locate(const VTable& vt, KeyAnd
     return locateIn(vt, leafOf(keyAndHash.hash), keyAndHash);
 }
 
-HashMap2018Generic::Location
-HashMap2018Generic::locateIn(const VTable& vt, Slot leaf, KeyAndHash keyAndHash) noexcept {
-    if (tagOf(leaf) == listTag) {
+HashMap2018Generic::Location HashMap2018Generic::locateIn(
+    const VTable& vt,
+    const Leaf& found,
+    KeyAndHash keyAndHash) noexcept {
+    const Slot leaf = found.slot;
+    if (isList(leaf)) {
         const ListPosition at = positionInList(vt, listOf(leaf), keyAndHash.key, nullptr);
         return {leaf, at.index, at.found};
     }
-    for (unsigned left = bucketOf(leaf).matches(keyAndHash.hash); left != 0; left &= left - 1) {
+    for (unsigned left = found.fingerprints->matches(keyAndHash.hash); left != 0;
+         left &= left - 1) {
         const auto position = static_cast<unsigned>(std::countr_zero(left));
         if (vt.keyEqualsNode(keyAndHash.key, nodeAt(vt, leaf, position))) {
             return {leaf, position, true};
@@ -157,8 +161,7 @@ HashMap2018Generic::locateIn(const VTable& vt, Slot leaf, KeyAndHash keyAndHash)
 }
 
 void* HashMap2018Generic::nodeAt(const VTable& vt, Slot leaf, std::uint32_t index) noexcept {
-    char* const entries =
-        tagOf(leaf) == listTag ? listOf(leaf).entries() : bucketOf(leaf).entries();
+    char* const entries = isList(leaf) ? listOf(leaf).entries() : bucketOf(leaf).entries();
     return entries + index * vt.entrySize;
 }
 
@@ -177,12 +180,13 @@ HashMap2018Generic::lookupInListG(const VTable& vt, Slot leaf, const void* key) 
 const void* HashMap2018Generic::lookupLikeG(const VTable& vt, const void* node) const noexcept {
     std::uint32_t hash = 0;
     vt.hashNodes(node, 1, &hash);
-    const Slot leaf = leafOf(hash);
-    if (tagOf(leaf) == listTag) {
+    const Leaf found = leafOf(hash);
+    const Slot leaf = found.slot;
+    if (isList(leaf)) {
         const ListPosition at = positionInList(vt, listOf(leaf), nullptr, node);
         return at.found ? nodeAt(vt, leaf, at.index) : nullptr;
     }
-    for (unsigned left = bucketOf(leaf).matches(hash); left != 0; left &= left - 1) {
+    for (unsigned left = found.fingerprints->matches(hash); left != 0; left &= left - 1) {
         const void* const other =
             nodeAt(vt, leaf, static_cast<unsigned>(std::countr_zero(left)));
         if (vt.compareOrLruUnlink(nullptr, node, other) == 0) return other;
@@ -258,7 +262,7 @@ void HashMap2018Generic::newMemberG(const VTable& vt, KeyAndHash keyAndHash, voi
         const unsigned position =
             static_cast<unsigned>(std::countr_zero(bucket.freePositions()));
         vt.place(vt, bucket.entries() + position * vt.entrySize, node, VTable::Placing::move);
-        bucket.adopt(position, keyAndHash.hash);
+        path.found().adopt(position, keyAndHash.hash);
         if constexpr (!settlesLate) settle(vt, bucket);
     } else {
         CollisionList& list = listWithRoom(vt, path);
@@ -277,10 +281,10 @@ bool HashMap2018Generic::deleteMemberG(const VTable& vt, KeyAndHash keyAndHash, 
     // An absent key makes nothing ours; a present one may be part of what is given up.
     TriePath path = pathTo(keyAndHash.hash);
     fetchBuddy(path);
-    const Location at = locateIn(vt, path.leaf(), keyAndHash);
+    const Location at = locateIn(vt, path.found(), keyAndHash);
     if (!at.found) return false;
     if (!ownsAllNow()) path = ownedPathTo(vt, keyAndHash.hash);
-    const bool marked = tagOf(at.leaf) == listTag
+    const bool marked = isList(at.leaf)
                             ? removeFromList(vt, path, keyAndHash.hash, at.index, removed)
                             : removeFromBucket(vt, path, at.index, removed);
     marked_ -= marked ? 1 : 0;
@@ -300,7 +304,7 @@ bool HashMap2018Generic::removeFromBucket(
     Bucket& bucket = bucketOf(path.leaf());
     const bool marked = (bucket.marks >> position & 1) != 0;
     takeOut(vt, bucket.entries() + position * vt.entrySize, removed);
-    bucket.forget(position);
+    path.found().forget(position);
     if (united.changes) {
         unite(vt, path, united);
     } else {
@@ -346,7 +350,7 @@ void HashMap2018Generic::zinMarkAllForDeletion(const VTable& vt) {
 namespace {
 
 bool isMarked(const HashMap2018VTable& vt, Slot leaf, std::uint32_t index) noexcept {
-    if (tagOf(leaf) == listTag) return listOf(leaf).marks(vt.entrySize)[index] != 0;
+    if (isList(leaf)) return listOf(leaf).marks(vt.entrySize)[index] != 0;
     return (bucketOf(leaf).marks >> index & 1) != 0;
 }
 
@@ -367,7 +371,7 @@ void HashMap2018Generic::zinMarkedForDeletionGIs(
     const Location at = locate(vt, keyAndHash);
     if (!at.found || isMarked(vt, at.leaf, at.index) == marked) return;
     const Slot leaf = ownedPathTo(vt, keyAndHash.hash).leaf();
-    if (tagOf(leaf) == listTag) {
+    if (isList(leaf)) {
         listOf(leaf).marks(vt.entrySize)[at.index] = marked;
     } else {
         Bucket& bucket = bucketOf(leaf);

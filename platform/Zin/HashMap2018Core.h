@@ -111,7 +111,7 @@ class ZIN_EXPORT HashMap2018Generic {
     std::uint32_t version() const noexcept { return changes_ & 0x7fffff; }
     std::uint32_t changes() const noexcept { return changes_; }
 
-    hashed::Slot leafOf(std::uint32_t hash) const noexcept {
+    hashed::Leaf leafOf(std::uint32_t hash) const noexcept {
         return hashed::leafOf(root_, hash);
     }
     bool sameRoot(const HashMap2018Generic& other) const noexcept {
@@ -137,13 +137,13 @@ class ZIN_EXPORT HashMap2018Generic {
     // Whether a bucket of this map may be written without asking who else refers to it.
     bool ownsAll() const noexcept { return family_ == nullptr; }
     // An entry was built at a free position of that bucket. REQUIRES: ownsAll().
-    void memberAdopted(
+    [[gnu::always_inline]] void memberAdopted(
         const VTable& vt,
-        hashed::Bucket& bucket,
+        const hashed::Leaf& leaf,
         unsigned position,
         std::uint32_t hash) noexcept {
-        bucket.adopt(position, hash);
-        if constexpr (!hashed::settlesLate) settle(vt, bucket);
+        leaf.adopt(position, hash);
+        if constexpr (!hashed::settlesLate) settle(vt, hashed::bucketOf(leaf.slot));
         ++members_;
         ++changes_;
     }
@@ -209,7 +209,7 @@ class ZIN_EXPORT HashMap2018Generic {
     void swapContents(HashMap2018Generic& other) noexcept;
     Location locate(const VTable& vt, KeyAndHash keyAndHash) const noexcept;
     static Location
-    locateIn(const VTable& vt, hashed::Slot leaf, KeyAndHash keyAndHash) noexcept;
+    locateIn(const VTable& vt, const hashed::Leaf& leaf, KeyAndHash keyAndHash) noexcept;
     static void* nodeAt(const VTable& vt, hashed::Slot leaf, std::uint32_t index) noexcept;
     hashed::TriePath pathTo(std::uint32_t hash) noexcept;
     hashed::TriePath ownedPathTo(const VTable& vt, std::uint32_t hash);

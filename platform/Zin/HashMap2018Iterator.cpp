@@ -19,7 +19,7 @@ Chunk listChunk(const char* entries, std::uint32_t count) noexcept {
 }  // namespace
 
 Chunk hashed::firstChunk(const HashMap2018VTable& vt, Slot leaf) noexcept {
-    if (tagOf(leaf) == listTag) return listChunk(listOf(leaf).entries(), listOf(leaf).count);
+    if (isList(leaf)) return listChunk(listOf(leaf).entries(), listOf(leaf).count);
     Bucket& bucket = bucketOf(leaf);
     HashMap2018Generic::settle(vt, bucket);
     return {bucket.entries(), bucket.order() & order::positions, bucket.count, 0};
@@ -207,7 +207,7 @@ void HashMap2018UnsafeIteratorConstGeneric::nextLeaf(const VTable& vt) noexcept 
         if (slot_ == slotsEnd_ || isDirectory(*slot_)) enterDirectory(vt);
         const Slot leaf = *slot_;
         const std::size_t slots =
-            tagOf(leaf) == listTag ? 1 : std::size_t{1} << (bits_ - bucketOf(leaf).depth);
+            isList(leaf) ? 1 : std::size_t{1} << (bits_ - bucketOf(leaf).depth);
         slot_ += slots;
         next_ += std::uint64_t{slots} << slotBits_;
         if (slot_ != slotsEnd_) __builtin_prefetch(&directoryOf(*slot_));

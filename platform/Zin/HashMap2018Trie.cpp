@@ -46,11 +46,11 @@ void transfer(
             to.entries() + target * vt.entrySize,
             from.entries() + position * vt.entrySize,
             placing);
-        to.fingerprints[target] = from.fingerprints[position];
+        to.fingerprints.at[target] = from.fingerprints.at[position];
         to.marks =
             static_cast<std::uint16_t>(to.marks | (from.marks >> position & 1U) << target);
         toOrder = order::appended(toOrder, to.count + i, target);
-        if (placing == Placing::move) from.fingerprints[position] = 0;
+        if (placing == Placing::move) from.fingerprints.at[position] = 0;
     }
     to.count = (to.count + count) & 15;
     to.orderIs(wasEmpty ? toOrder | std::uint64_t{settled} << 60 : toOrder);
@@ -122,15 +122,15 @@ class Refinement {
             while (depth < reach) {
                 const std::size_t length = std::size_t{1} << (bits - ++depth);
                 const Slot other = last && depth == reach ? outside : emptySlot(depth);
-                std::fill_n(slots + ((index & ~(length - 1)) ^ length), length, other);
+                slotsAre(directory, (index & ~(length - 1)) ^ length, length, other);
             }
             const std::size_t length = std::size_t{1} << (bits - reach);
-            path.holders[path.level] = slots + (index & ~(length - 1));
             if (last) {
-                std::fill_n(path.holders[path.level], length, inside);
+                slotsAre(directory, index & ~(length - 1), length, inside);
                 path.holders[path.level] = slots + index;
                 return;
             }
+            path.holders[path.level] = slots + (index & ~(length - 1));
             hangNext(path);
             depth = 0;
         }
@@ -144,12 +144,7 @@ class Refinement {
     void hangNext(TriePath& path) noexcept { *path.holders[path.level++] = taken_[used_++]; }
     void widenDirectory(Slot& holder) noexcept {
         const Slot wider = taken_[used_++];
-        const std::size_t ratio = std::size_t{1} << (tagOf(wider) - tagOf(holder));
-        Slot* to = directoryOf(wider).slots();
-        const Slot* const from = directoryOf(holder).slots();
-        for (std::size_t i = 0; i < std::size_t{1} << tagOf(holder); ++i) {
-            to = std::fill_n(to, ratio, from[i]);
-        }
+        copySlots(wider, holder);
         freeDirectory(vt_, holder);
         holder = wider;
     }
@@ -169,16 +164,14 @@ void narrowDirectory(const VTable& vt, Slot& holder) noexcept {
     if (bits < 3) return;
     const Slot* const from = directoryOf(holder).slots();
     for (std::size_t i = 0; i < std::size_t{1} << bits; i += 4) {
-        if (isDirectory(from[i]) || tagOf(from[i]) == listTag) return;
+        if (isDirectory(from[i]) || isList(from[i])) return;
         if (from[i] != from[i + 1] || from[i] != from[i + 2] || from[i] != from[i + 3]) return;
     }
     try {
-        Directory& narrower = newDirectory(vt, bits - 1);
-        for (std::size_t i = 0; i < std::size_t{1} << (bits - 1); ++i) {
-            narrower.slots()[i] = from[2 * i];
-        }
+        const Slot narrower = slotOf(newDirectory(vt, bits - 1), bits - 1);
+        copySlots(narrower, holder);
         freeDirectory(vt, holder);
-        holder = slotOf(narrower, bits - 1);
+        holder = narrower;
     } catch (const std::bad_alloc&) {
         // It stays as wide as it is.
     }
@@ -228,10 +221,17 @@ void TriePath::descend(std::uint32_t hash) noexcept {
     ++level;
 }
 
-Run TriePath::leafRun() const noexcept {
-    if (level == 0) return {holders[0], 1};
+Leaf TriePath::found() const noexcept {
+    if (level == 0) return {leaf(), &bucketOf(leaf()).fingerprints, 0, 0};
     const Slot directory = *holders[level - 1];
-    if (tagOf(leaf()) != bucketTag) return {holders[level], 1};
+    const auto index =
+        static_cast<std::uint32_t>(holders[level] - directoryOf(directory).slots());
+    return {leaf(), directoryOf(directory).fingerprints(index), index, tagOf(directory)};
+}
+
+Run TriePath::leafRun() const noexcept {
+    if (level == 0 || tagOf(leaf()) != bucketTag) return {holders[level], 1};
+    const Slot directory = *holders[level - 1];
     Slot* const slots = directoryOf(directory).slots();
     const std::size_t length = std::size_t{1} << (tagOf(directory) - bucketOf(leaf()).depth);
     const auto index = static_cast<std::size_t>(holders[level] - slots);
@@ -239,8 +239,14 @@ Run TriePath::leafRun() const noexcept {
 }
 
 void TriePath::leafIs(Slot slot) const noexcept {
+    if (level == 0) {
+        *holders[0] = slot;
+        return;
+    }
     const Run run = leafRun();
-    std::fill_n(run.first, run.length, slot);
+    const Slot directory = *holders[level - 1];
+    const auto first = static_cast<std::size_t>(run.data() - directoryOf(directory).slots());
+    slotsAre(directory, first, run.size(), slot);
 }
 
 void widenBucket(const VTable& vt, TriePath& path, unsigned members) {
@@ -397,15 +403,15 @@ void listToBucket(
     for (unsigned i = 0; i < list.count; ++i) {
         const std::size_t offset = i * vt.entrySize;
         placeNode(vt, bucket.entries() + offset, list.entries() + offset, Placing::move);
-        bucket.fingerprints[i] = fingerprintOf(hash);
+        bucket.fingerprints.at[i] = fingerprintOf(hash);
         bucket.marks =
             static_cast<std::uint16_t>(bucket.marks | list.marks(vt.entrySize)[i] << i);
     }
     bucket.count = list.count & 15;
     bucket.orderIs(order::inOrder(list.count));
     bucket.depth = static_cast<std::uint8_t>(hashBits - baseOf(path.level - 1));
+    path.leafIs(slotOf(bucket));
     freeLeaf(vt, &list, list.capacity);
-    path.leaf() = slotOf(bucket);
 }
 
 }  // namespace Zin::hashed

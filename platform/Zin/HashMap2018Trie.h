@@ -26,7 +26,9 @@ struct TriePath {
     Slot& leaf() const noexcept { return *holders[level]; }
     // REQUIRES: the last holder holds a directory.
     void descend(std::uint32_t hash) noexcept;
+    Leaf found() const noexcept;
     Run leafRun() const noexcept;
+    // REQUIRES: a bucket has the depth of the old leaf.
     void leafIs(Slot slot) const noexcept;
 };
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "Zin/Assert.h"
 #include "Zin/HashMap2018Trie.h"
 
@@ -39,14 +41,17 @@ class Validator {
         const unsigned depth =
             tagOf(directory) - static_cast<unsigned>(std::countr_zero(length));
         if (tagOf(*slots) == bucketTag && bucketOf(*slots).depth == depth && depth > 0) {
-            for (std::size_t i = 0; i < length; ++i) ZIN_ASSERT(slots[i] == *slots, source);
+            const Fingerprints& own = bucketOf(*slots).fingerprints;
+            for (std::size_t i = 0; i < length; ++i) {
+                ZIN_ASSERT(slots[i] == *slots, source);
+                const Fingerprints* const copy = directoryOf(directory).fingerprints(first + i);
+                ZIN_ASSERT(std::ranges::equal(copy->at, own.at), source);
+            }
             return leaf(*slots, shared, prefix);
         }
         if (length == 1) {
             ZIN_ASSERT(tagOf(*slots) != bucketTag, source);
-            ZIN_ASSERT(
-                tagOf(*slots) == listTag || tagOf(directory) == directoryBitsMax,
-                source);
+            ZIN_ASSERT(isList(*slots) || tagOf(directory) == directoryBitsMax, source);
             return slot(*slots, shared, prefix);
         }
         const Totals low = range(directory, first, length / 2, shared + 1, prefix);
@@ -68,15 +73,15 @@ class Validator {
     }
 
     Totals leaf(Slot at, unsigned shared, std::uint32_t prefix) {
-        return tagOf(at) == listTag ? list(listOf(at), shared, prefix)
-                                    : bucket(bucketOf(at), shared, prefix);
+        return isList(at) ? list(listOf(at), shared, prefix)
+                          : bucket(bucketOf(at), shared, prefix);
     }
 
     Totals bucket(Bucket& bucket, unsigned shared, std::uint32_t prefix) {
         const unsigned used = bucket.usedPositions();
         const std::uint64_t order = bucket.order();
         ZIN_ASSERT(bucket.references != 0, source);
-        ZIN_ASSERT(bucket.fingerprints[bucketMax] == 0, source);
+        ZIN_ASSERT(bucket.fingerprints.at[bucketMax] == 0, source);
         ZIN_ASSERT(used >> bucket.capacity == 0, source);
         ZIN_ASSERT(bucket.count == static_cast<unsigned>(std::popcount(used)), source);
         ZIN_ASSERT((bucket.count == 0) == (bucket.capacity == 0), source);
@@ -92,7 +97,7 @@ class Validator {
             std::uint32_t hash = 0;
             vt_.hashNodes(node, 1, &hash);
             hashAgrees(hash, shared, prefix);
-            ZIN_ASSERT(bucket.fingerprints[position] == fingerprintOf(hash), source);
+            ZIN_ASSERT(bucket.fingerprints.at[position] == fingerprintOf(hash), source);
             if (i > 0 && i < order::settled(order)) ascending(before, node);
             before = node;
         }

@@ -506,6 +506,24 @@ TEST(HashMap, HoldsNoMemoryWhenEmptied) {
     map.validate();
 }
 
+// Beside other members with the same prefix, so that no larger range takes them in.
+TEST(HashMap, FindsMembersOfAListThatShrankToABucket) {
+    constexpr std::uint32_t ids = 21 * 20;  // 20 or 40 of each hash
+    HSet<TestKey<Hashing::weak>, 1> set;
+    for (std::uint32_t first = 0; first < 21; ++first) {
+        for (std::uint32_t id = first; id < ids; id += 21) set.put({id});
+    }
+    for (std::uint32_t first = 0; first < 21; ++first) {
+        for (std::uint32_t id = first; id < ids / 2; id += 21) {
+            EXPECT_TRUE(set.erase({id}));
+            set.validate();
+        }
+        for (std::uint32_t id = first; id < ids; id += 21) {
+            EXPECT_EQ(set.has({id}), id >= ids / 2);
+        }
+    }
+}
+
 TEST(HashMap, ErasesIntoAValueAndTakesItsOwnPartsAsArguments) {
     using Map = Extern<std::uint64_t, String>::Map;
     Map map;
