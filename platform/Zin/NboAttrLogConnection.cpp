@@ -16,11 +16,7 @@ constexpr std::size_t maxFailureText = 512;
 constexpr std::size_t maxSkippedNames = 4096;
 
 std::uint32_t wordAt(std::span<const std::byte> bytes, std::size_t at) {
-    std::uint32_t word = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        word = word << 8 | std::to_integer<std::uint32_t>(bytes[at + i]);
-    }
-    return word;
+    return In(bytes.subspan(at)).nextU32();
 }
 
 bool isWithin(const Entity& entity, const Entity& root) {

@@ -5,6 +5,7 @@
 
 #include "Zin/Assert.h"
 #include "Zin/NboAttrLogConnection.h"
+#include "Zin/NboAttrLogConnectionImpl.h"
 
 namespace Zin::NboAttrLog {
 
@@ -79,7 +80,7 @@ std::optional<Out> Sa::collSerializeCheck(AttributeId id, bool deleted, std::siz
 }
 
 void Sa::skipId(std::uint32_t entityId) noexcept {
-    std::uint32_t& last = connection_.lastEntityId_[static_cast<std::size_t>(role_)];
+    std::uint32_t& last = connection_.lastEntityId_[indexOf(role_)];
     last = std::max(last, entityId);
 }
 
@@ -208,9 +209,7 @@ void Demuxer::putReference(Out& out, Sa& sa, const Entity& child) {
     }
     // A proxy's side gives no numbers: the owner names what it makes.
     const std::uint32_t id =
-        sa.role() == Role::owner
-            ? connection.lastEntityId_[static_cast<std::size_t>(Role::owner)] + 1
-            : 0;
+        sa.role() == Role::owner ? connection.lastEntityId_[indexOf(Role::owner)] + 1 : 0;
     const EntityTypeInfo& type = *child.fwkType().info();
     out << id << true << connection.typeNumber(type);
     type.serializeConstructorParams(out, child);
@@ -218,7 +217,7 @@ void Demuxer::putReference(Out& out, Sa& sa, const Entity& child) {
 
 void Demuxer::streamDemuxer(Sa& sa, const Ptr<Entity>& child) {
     if (sa.role() != Role::owner || sa.connection_.adapterOf(Role::owner, *child)) return;
-    constexpr auto owner = static_cast<std::size_t>(Role::owner);
+    const std::size_t owner = indexOf(Role::owner);
     Sa& made = sa.connection_.attach(
         child,
         sa.connection_.lastEntityId_[owner] + 1,
@@ -244,7 +243,7 @@ Demuxer::Reference Demuxer::nextReference(In& in, Sa& sa) {
 }
 
 void Demuxer::requireNewId(const Sa& sa, const Reference& reference) {
-    constexpr auto proxy = static_cast<std::size_t>(Role::proxy);
+    const std::size_t proxy = indexOf(Role::proxy);
     if (sa.role() == Role::proxy && reference.described &&
         reference.entityId <= sa.connection_.lastEntityId_[proxy]) {
         fault(
@@ -283,7 +282,7 @@ bool Demuxer::isBound(const Sa& sa, const Entity& child, std::uint32_t entityId)
 }
 
 bool Demuxer::hasGone(const Sa& sa, std::uint32_t entityId) {
-    return entityId <= sa.connection_.lastEntityId_[static_cast<std::size_t>(sa.role())] &&
+    return entityId <= sa.connection_.lastEntityId_[indexOf(sa.role())] &&
            !sa.connection_.adapterOf(sa.role(), entityId);
 }
 
