@@ -70,27 +70,66 @@ consteval Field<member> field(std::string_view name) {
     return {name};
 }
 
+// A function of a value type that people may find by name: listed behind the fields.
+template <auto functionPointer>
+struct Function {
+    static constexpr auto function = functionPointer;
+
+    std::string_view name;
+};
+
+template <auto functionPointer>
+consteval Function<functionPointer> function(std::string_view name) {
+    return {name};
+}
+
+template <class Member>
+inline constexpr bool isFunction = false;
+template <auto functionPointer>
+inline constexpr bool isFunction<Function<functionPointer>> = true;
+
 // The members are bases: each is a type of its own, so none can be listed twice, and a walk
 // over them is a fold, which costs the compiler far less than std::tuple does.
 template <class... Members>
 struct Schema : Members... {
     static constexpr std::size_t size = sizeof...(Members);
+    static constexpr std::size_t fields = ((isFunction<Members> ? 0 : 1) + ... + 0);
 
     std::string_view typeName;
 
-    // Calls visit(member) for each member in schema order.
-    constexpr void forEach(auto&& visit) const {
-        (visit(static_cast<const Members&>(*this)), ...);
-    }
+    // Calls visit(member) for each member that is no function, in schema order.
+    constexpr void forEach(auto&& visit) const { (unlessFunction<Members>(visit, true), ...); }
 
-    // True when test(member) holds for every member; stops at the first that fails.
+    // True when test(member) holds for each of them; stops at the first that fails.
     constexpr bool all(auto&& test) const {
-        return (test(static_cast<const Members&>(*this)) && ...);
+        return (unlessFunction<Members>(test, true) && ...);
     }
 
-    // True when test(member) holds for some member; stops at the first that holds.
+    // True when test(member) holds for one of them; stops at the first that holds.
     constexpr bool any(auto&& test) const {
-        return (test(static_cast<const Members&>(*this)) || ...);
+        return (unlessFunction<Members>(test, false) || ...);
+    }
+
+    // Calls visit(member) for each function.
+    constexpr void forEachFunction(auto&& visit) const {
+        const auto each = [&]<class Member>(const Member& listed) {
+            if constexpr (isFunction<Member>) visit(listed);
+        };
+        (each(static_cast<const Members&>(*this)), ...);
+    }
+
+  private:
+    template <class Member>
+    constexpr bool unlessFunction(auto&& call, bool otherwise) const {
+        if constexpr (isFunction<Member>) {
+            return otherwise;
+        } else if constexpr (std::is_void_v<decltype(call(
+                                 static_cast<const Member&>(*this)))>) {
+            call(static_cast<const Member&>(*this));
+            return otherwise;
+        } else {
+            return call(static_cast<const Member&>(*this));
+        }
     }
 };
 
@@ -114,6 +153,16 @@ consteval void distinctNames(std::initializer_list<std::string_view> names) {
     if (!distinct(names)) TWO_MEMBERS_OF_A_SCHEMA_SHARE_ONE_NAME();
 }
 
+template <class... Members>
+consteval bool fieldsFirst() {
+    bool good = true;
+    bool functionSeen = false;
+    ((good = good && (isFunction<Members> || !functionSeen),
+      functionSeen = functionSeen || isFunction<Members>),
+     ...);
+    return good;
+}
+
 // The size of a class that holds exactly these members in this order. A member that the schema
 // forgets makes the class bigger than that, unless it hides in padding.
 template <class... Members>
@@ -124,7 +173,12 @@ consteval std::size_t sizeOfMembers() {
         size = (size + align - 1) / align * align + bytes;
         alignment = std::max(alignment, align);
     };
-    (add(sizeof(typename Members::Value), alignof(typename Members::Value)), ...);
+    const auto addMember = [&]<class Member>(const Member*) {
+        if constexpr (!isFunction<Member>) {
+            add(sizeof(typename Member::Value), alignof(typename Member::Value));
+        }
+    };
+    (addMember(static_cast<const Members*>(nullptr)), ...);
     return (std::max<std::size_t>(size, 1) + alignment - 1) / alignment * alignment;
 }
 
@@ -139,12 +193,15 @@ consteval auto schema(const Schema<Members...>& described) {
 
 }  // namespace check
 
-// The description of a value type: its qualified name and its fields in the order of
-// declaration.
-template <class... Fields>
-consteval Schema<Fields...> value(std::string_view typeName, Fields... fields) {
-    check::distinctNames({fields.name...});
-    return {fields..., typeName};
+// The description of a value type: its qualified name, its fields in the order of declaration,
+// and its functions.
+template <class... Members>
+consteval Schema<Members...> value(std::string_view typeName, Members... members) {
+    static_assert(
+        check::fieldsFirst<Members...>(),
+        "The functions of a value type are listed behind its fields.");
+    check::distinctNames({members.name...});
+    return {members..., typeName};
 }
 
 // The schema of T, checked. All derived operations use this one.

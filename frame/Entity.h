@@ -17,6 +17,7 @@
 #include "Zin/Entity.h"
 #include "Zin/Export.h"
 #include "Zin/HashMap2018.h"
+#include "Zin/ValueInfoOf.h"
 #include "frame/Attribute.h"
 
 namespace frame {
@@ -51,6 +52,8 @@ template <class T>
 class FlowOutOf;
 template <class T, class A>
 struct AttributeLogOf;
+template <class T, class A>
+struct GenericIfOf;
 
 // The base of an entity type T that is made with a name. A type with further constructor
 // parameters hides ConstructorArguments and constructorArguments().
@@ -58,6 +61,8 @@ template <class T>
 class ZIN_EXPORT EntityOf : public Zin::Entity {
   public:
     using ConstructorArguments = std::tuple<Zin::String>;
+    // The attribute of each constructor argument; the name has none.
+    static constexpr AttributeId constructorAttributeIds[] = {0};
     using FlowOut = FlowOutOf<T>;
 
     Zin::String name() const override { return name_; }
@@ -235,6 +240,8 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
   private:
     template <class U, class A>
     friend struct AttributeLogOf;
+    template <class U, class A>
+    friend struct GenericIfOf;
 
     T& self() { return static_cast<T&>(*this); }
     const T& self() const { return static_cast<const T&>(*this); }

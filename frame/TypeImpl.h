@@ -9,9 +9,10 @@
 #include <type_traits>
 
 #include "Zin/Module.h"
-#include "Zin/ValueInfo.h"
+#include "Zin/ValueInfoOf.h"
 #include "frame/AttributeLog.h"
 #include "frame/Entity.h"
+#include "frame/GenericIf.h"
 
 namespace Zin {
 
@@ -23,6 +24,9 @@ struct TypeImpl;
 namespace frame {
 
 // --- Attribute tables ------------------------------------------------------------------------
+
+template <class T>
+struct EntityTypeInfoOf;
 
 namespace detail {
 
@@ -55,15 +59,35 @@ template <class T, class A>
 Zin::MemberRef memberUnder(const Zin::Entity& entity, const void* key) {
     using V = typename A::Value;
     const V& collection = static_cast<const T&>(entity).*A::member;
-    const auto* const node = collection.lookup(*static_cast<const typename V::Key*>(key));
-    if (!node) return {};
+    return memberRef<V>(collection.lookup(*static_cast<const typename V::Key*>(key)));
+}
+
+// The name of the field, or of the attribute, of a member that is its key.
+template <class V>
+consteval std::string_view keyFieldOf() {
+    std::string_view name;
     if constexpr (InstantiatingCollection<V>) {
-        return {true, nullptr, &childOf<V>(*node)};
-    } else if constexpr (SetCollection<V>) {
-        return {true, nullptr, nullptr};
-    } else {
-        return {true, &node->value(), nullptr};
+        name = "name";
+    } else if constexpr (KeyInsideValue<V>) {
+        describe::schemaOf<typename V::Value>.forEach([&]<class F>(const F& field) {
+            if (std::same_as<typename F::Value, typename V::Key> && name.empty()) {
+                name = field.name;
+            }
+        });
     }
+    return name;
+}
+
+template <auto function>
+consteval const Zin::ValueInfo* returnedBy() {
+    using Owner = describe::OwnerOf<function>;
+    if constexpr (std::is_invocable_v<decltype(function), const Owner&>) {
+        using Returned = std::invoke_result_t<decltype(function), const Owner&>;
+        if constexpr (!std::is_void_v<Returned>) {
+            return &Zin::valueInfo<std::remove_cvref_t<Returned>>;
+        }
+    }
+    return nullptr;
 }
 
 template <class T, class A>
@@ -84,7 +108,13 @@ consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
             };
             info.forEachMember = &forEachMember<T, A>;
             info.member = &memberUnder<T, A>;
+            info.keyField = keyFieldOf<V>();
+            info.iteratorOps = &iteratorOpsOf<T, A>;
+            if constexpr (InstantiatingCollection<V>) {
+                info.childType = &EntityTypeInfoOf<ChildOf<V>>::info;
+            }
         } else if constexpr (A::kind == AttributeKind::singleton) {
+            info.childType = &EntityTypeInfoOf<typename Zin::PointeeOf<V>::Type>::info;
             info.child = [](const Zin::Entity& entity) -> const Zin::Entity* {
                 return (static_cast<const T&>(entity).*A::member).get();
             };
@@ -95,6 +125,8 @@ consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
             };
         }
     }
+    if constexpr (!A::stored) info.value = returnedBy<A::function>();
+    info.operate = &GenericIfOf<T, A>::operate;
     if constexpr (A::streamed) {
         using Log = AttributeLogOf<T, A>;
         info.send = &Log::send;
@@ -124,22 +156,46 @@ consteval auto attributeInfos(const EntitySchema<module, index, Attributes...>& 
 template <class T>
 inline constexpr auto attributesOf = detail::attributeInfos<T>(T::schema());
 
+namespace detail {
+
+template <class... Arguments>
+consteval auto argumentInfos(const std::tuple<Arguments...>*) {
+    return std::array<const Zin::ValueInfo*, sizeof...(Arguments)>{
+        &Zin::valueInfo<Arguments>...};
+}
+
+}  // namespace detail
+
 template <class T>
-inline constexpr Zin::EntityTypeInfo entityTypeInfo{
-    .name = entitySchemaOf<T>.typeName,
-    .attributes = attributesOf<T>,
-    .newEntityForDir = Zin::TypeImpl<T>::directoryHook(),
-    .newEntityForAttrLog = &Zin::TypeImpl<T>::newEntityForAttrLog,
-    .genericIfConstructFromCtorArgs = &Zin::TypeImpl<T>::genericIfConstructFromCtorArgs,
-    .serializeConstructorParams = &Zin::TypeImpl<T>::serializeConstructorParams,
-    .attrLogSizeCtorParams = &Zin::TypeImpl<T>::attrLogSizeCtorParams,
-    .newFlowOut = &Zin::TypeImpl<T>::newFlowOut,
-    .streamAdapterOnAttribute = &Zin::TypeImpl<T>::streamAdapterOnAttribute,
-    .handleAttrFlowOut = &Zin::TypeImpl<T>::handleAttrFlowOut,
-    .freeResyncState = &Zin::TypeImpl<T>::freeResyncState,
-    .doHandleAttrTransaction = &Zin::TypeImpl<T>::doHandleAttrTransaction,
-    .doHandleAttrDeserialization = &Zin::TypeImpl<T>::doHandleAttrDeserialization,
+inline constexpr auto argumentsOf =
+    detail::argumentInfos(static_cast<const typename T::ConstructorArguments*>(nullptr));
+
+template <class T>
+struct EntityTypeInfoOf {
+    static constexpr Zin::EntityTypeInfo info{
+        .name = entitySchemaOf<T>.typeName,
+        .attributes = attributesOf<T>,
+        .constructorArguments = argumentsOf<T>,
+        .constructorAttributeIds = T::constructorAttributeIds,
+        .base = nullptr,
+        .handle = {entitySchemaOf<T>.module, entitySchemaOf<T>.index},
+        .newEntityForDir = Zin::TypeImpl<T>::directoryHook(),
+        .newEntityForAttrLog = &Zin::TypeImpl<T>::newEntityForAttrLog,
+        .genericIfConstructFromCtorArgs = &Zin::TypeImpl<T>::genericIfConstructFromCtorArgs,
+        .forEachConstructorArgument = &Zin::TypeImpl<T>::forEachConstructorArgument,
+        .serializeConstructorParams = &Zin::TypeImpl<T>::serializeConstructorParams,
+        .attrLogSizeCtorParams = &Zin::TypeImpl<T>::attrLogSizeCtorParams,
+        .newFlowOut = &Zin::TypeImpl<T>::newFlowOut,
+        .streamAdapterOnAttribute = &Zin::TypeImpl<T>::streamAdapterOnAttribute,
+        .handleAttrFlowOut = &Zin::TypeImpl<T>::handleAttrFlowOut,
+        .freeResyncState = &Zin::TypeImpl<T>::freeResyncState,
+        .doHandleAttrTransaction = &Zin::TypeImpl<T>::doHandleAttrTransaction,
+        .doHandleAttrDeserialization = &Zin::TypeImpl<T>::doHandleAttrDeserialization,
+    };
 };
+
+template <class T>
+inline constexpr const Zin::EntityTypeInfo& entityTypeInfo = EntityTypeInfoOf<T>::info;
 
 // A type that may stand at the top of a directory says so: `static constexpr bool isRoot =
 // true`.
@@ -191,15 +247,69 @@ struct TypeImpl<T> {
     // Makes an entity of arguments of which no type is known: each pointer points at a
     // constructor parameter, in their order. The result slot gets the raw pointer to the entity
     // (Zin::Entity*) and the reference that it holds.
+    // Throws a NullPointerException when a pointer is null.
     static void genericIfConstructFromCtorArgs(void* result, const void* const* arguments) {
         using Arguments = typename T::ConstructorArguments;
         [&]<std::size_t... place>(std::index_sequence<place...>) {
+            if (!result || !arguments || (!arguments[place] || ...)) {
+                throw NullPointerException(
+                    std::string(frame::entitySchemaOf<T>.typeName) +
+                    ": a constructor argument, or the place for the result, is null");
+            }
             *static_cast<Entity**>(result) =
                 frame::make<T>(*static_cast<const std::tuple_element_t<place, Arguments>*>(
                                    arguments[place])...)
                     .release();
         }
         (std::make_index_sequence<std::tuple_size_v<Arguments>>());
+    }
+
+    static void forEachConstructorArgument(
+        const Entity& entity,
+        void (*visit)(void* context, const void* argument),
+        void* context) {
+        std::apply(
+            [&](const auto&... each) { (visit(context, &each), ...); },
+            static_cast<const T&>(entity).constructorArguments());
+    }
+
+    // --- Reflective interface (Zin/GenericIf.h) ---
+    static GenericIf::Status genericIfAttributeOp(
+        void* result,
+        Entity* object,
+        const ZinAttr& attr,
+        GenericIf::AttributeOp op,
+        const void* key,
+        const void* value) {
+        return GenericIf::attributeOp(
+            frame::entityTypeInfo<T>,
+            result,
+            object,
+            attr,
+            op,
+            key,
+            value);
+    }
+    static void* genericIfIterator(
+        Entity* object,
+        const ZinAttr& attr,
+        const GenericIf::TypeIteratorOps** ops) {
+        return GenericIf::iterator(frame::entityTypeInfo<T>, object, attr, ops);
+    }
+    static bool iterNonnull(const ZinAttr& attr, const void* iterator) {
+        return GenericIf::typeIteratorOps.iterNonnull(attr, iterator);
+    }
+    static void iterInc(const ZinAttr& attr, void* iterator) {
+        GenericIf::typeIteratorOps.iterInc(attr, iterator);
+    }
+    static void iterKey(const ZinAttr& attr, const void* iterator, void* out) {
+        GenericIf::typeIteratorOps.iterKey(attr, iterator, out);
+    }
+    static void iterObj(const ZinAttr& attr, const void* iterator, void* out) {
+        GenericIf::typeIteratorOps.iterObj(attr, iterator, out);
+    }
+    static void iterDel(const ZinAttr& attr, void* iterator) noexcept {
+        GenericIf::typeIteratorOps.iterDel(attr, iterator);
     }
 
     static void serializeConstructorParams(Out& out, const Entity& entity) {

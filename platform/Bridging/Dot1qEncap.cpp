@@ -8,7 +8,7 @@ Zin::String Dot1qEncap::stringValue() const {
     return '<' + std::to_string(outer_.value()) + ',' + std::to_string(inner_.value()) + '>';
 }
 
-Dot1qEncap Dot1qEncap::textNext(Vorn::TextReader& reader) {
+Dot1qEncap Dot1qEncap::textNext(Zin::TextReader& reader) {
     Dot1qEncap read;
     reader.need("<");
     read.outer_ = VlanIdOrNone::textNext(reader);

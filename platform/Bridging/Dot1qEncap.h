@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "Bridging/VlanId.h"
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
@@ -35,9 +35,9 @@ class Dot1qEncap : public Zin::Value<Dot1qEncap> {
 
     ZIN_EXPORT Zin::String stringValue() const;
     static Dot1qEncap fromStringValue(std::string_view text) {
-        return Vorn::wholeText<Dot1qEncap>(text);
+        return Zin::wholeText<Dot1qEncap>(text);
     }
-    ZIN_EXPORT static Dot1qEncap textNext(Vorn::TextReader& reader);
+    ZIN_EXPORT static Dot1qEncap textNext(Zin::TextReader& reader);
 
   private:
     VlanIdOrNone outer_;

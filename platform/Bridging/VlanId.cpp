@@ -5,7 +5,7 @@
 namespace Bridging::detail {
 
 std::uint16_t vlanNumberNext(
-    Vorn::TextReader& reader,
+    Zin::TextReader& reader,
     std::string_view typeName,
     std::uint16_t least,
     std::uint16_t most) {

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
@@ -22,7 +22,7 @@ namespace detail {
 
 // Throws a Zin::RangeException that names the type.
 ZIN_EXPORT std::uint16_t vlanNumberNext(
-    Vorn::TextReader& reader,
+    Zin::TextReader& reader,
     std::string_view typeName,
     std::uint16_t least,
     std::uint16_t most);
@@ -52,9 +52,9 @@ class VlanNumber : public Zin::Value<VlanNumber<anyAllowed, noneAllowed>> {
 
     Zin::String stringValue() const { return std::to_string(value_); }
     static VlanNumber fromStringValue(std::string_view text) {
-        return Vorn::wholeText<VlanNumber>(text);
+        return Zin::wholeText<VlanNumber>(text);
     }
-    static VlanNumber textNext(Vorn::TextReader& reader) {
+    static VlanNumber textNext(Zin::TextReader& reader) {
         return VlanNumber(detail::vlanNumberNext(reader, typeName(), least, most));
     }
 

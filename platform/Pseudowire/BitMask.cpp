@@ -49,12 +49,12 @@ Zin::String bitsText(std::span<const describe::Enumerator> all, std::uint32_t bi
 std::uint32_t bitsTextNext(
     std::span<const describe::Enumerator> all,
     std::uint32_t most,
-    Vorn::TextReader& reader) {
+    Zin::TextReader& reader) {
     if (reader.skip("none")) return 0;
-    const Vorn::TextReader start = reader;
+    const Zin::TextReader start = reader;
     std::uint32_t bits = 0;
     do {
-        const Vorn::TextReader word = reader;
+        const Zin::TextReader word = reader;
         const std::uint32_t read = bitsOf(all, most, reader.run(wordCharacters));
         if (read == 0) word.fail("the name of a bit");
         bits |= read;

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
@@ -28,7 +28,7 @@ ZIN_EXPORT Zin::String bitsText(std::span<const describe::Enumerator> all, std::
 ZIN_EXPORT std::uint32_t bitsTextNext(
     std::span<const describe::Enumerator> all,
     std::uint32_t most,
-    Vorn::TextReader& reader);
+    Zin::TextReader& reader);
 
 }  // namespace detail
 
@@ -55,9 +55,9 @@ class BitMask : public Zin::Value<BitMask<Bit>> {
 
     Zin::String stringValue() const { return detail::bitsText(names(), value_); }
     static BitMask fromStringValue(std::string_view text) {
-        return Vorn::wholeText<BitMask>(text);
+        return Zin::wholeText<BitMask>(text);
     }
-    static BitMask textNext(Vorn::TextReader& reader) {
+    static BitMask textNext(Zin::TextReader& reader) {
         return BitMask(static_cast<Number>(
             detail::bitsTextNext(names(), std::numeric_limits<Number>::max(), reader)));
     }

@@ -36,8 +36,8 @@ Zin::String ConnectorKey::stringValue() const {
     return text;
 }
 
-ConnectorKey ConnectorKey::textNext(Vorn::TextReader& reader) {
-    const Vorn::TextReader start = reader;
+ConnectorKey ConnectorKey::textNext(Zin::TextReader& reader) {
+    const Zin::TextReader start = reader;
     ConnectorKey read;
     if (reader.skip("local:")) {
         read.localConnectorKeyIs(Vorn::IntfId::textNext(reader));

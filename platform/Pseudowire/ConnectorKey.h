@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "Vorn/IntfId.h"
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
@@ -76,9 +76,9 @@ class ConnectorKey : public Zin::Value<ConnectorKey> {
 
     ZIN_EXPORT Zin::String stringValue() const;
     static ConnectorKey fromStringValue(std::string_view text) {
-        return Vorn::wholeText<ConnectorKey>(text);
+        return Zin::wholeText<ConnectorKey>(text);
     }
-    ZIN_EXPORT static ConnectorKey textNext(Vorn::TextReader& reader);
+    ZIN_EXPORT static ConnectorKey textNext(Zin::TextReader& reader);
 
   private:
     // Whether a builder of the key's kind makes this key.

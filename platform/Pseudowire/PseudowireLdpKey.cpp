@@ -11,7 +11,7 @@ Zin::String PseudowireLdpKey::stringValue() const {
     return text + ':' + std::to_string(pwId_);
 }
 
-PseudowireLdpKey PseudowireLdpKey::textNext(Vorn::TextReader& reader) {
+PseudowireLdpKey PseudowireLdpKey::textNext(Zin::TextReader& reader) {
     PseudowireLdpKey read;
     if (reader.skip("[")) {
         read.peerAddr_ = Vorn::IpGenAddr(Vorn::Ip6Addr::textNext(reader));

@@ -10,7 +10,7 @@
 
 #include "Pseudowire/PseudowireId.h"
 #include "Vorn/IpGenAddr.h"
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
@@ -37,9 +37,9 @@ class PseudowireLdpKey : public Zin::Value<PseudowireLdpKey> {
 
     ZIN_EXPORT Zin::String stringValue() const;
     static PseudowireLdpKey fromStringValue(std::string_view text) {
-        return Vorn::wholeText<PseudowireLdpKey>(text);
+        return Zin::wholeText<PseudowireLdpKey>(text);
     }
-    ZIN_EXPORT static PseudowireLdpKey textNext(Vorn::TextReader& reader);
+    ZIN_EXPORT static PseudowireLdpKey textNext(Zin::TextReader& reader);
 
   private:
     Vorn::IpGenAddr peerAddr_;

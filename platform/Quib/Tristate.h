@@ -12,7 +12,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
@@ -48,9 +48,9 @@ class Tristate : public Zin::Value<Tristate<Number>> {
         return isSet_ ? Zin::String(std::to_string(value_)) : Zin::String("unset");
     }
     static Tristate fromStringValue(std::string_view text) {
-        return Vorn::wholeText<Tristate>(text);
+        return Zin::wholeText<Tristate>(text);
     }
-    static Tristate textNext(Vorn::TextReader& reader) {
+    static Tristate textNext(Zin::TextReader& reader) {
         if (reader.skip("unset")) return Tristate();
         return Tristate(
             static_cast<Number>(reader.number(0, std::numeric_limits<Number>::max())));

@@ -126,7 +126,7 @@ void requireSubIntfId(IntfId id, const char* function) {
         std::string(id.stringValue().view()) + ", which is no subinterface, not allowed");
 }
 
-std::uint32_t partsNext(TextReader& reader) {
+std::uint32_t partsNext(Zin::TextReader& reader) {
     std::uint32_t number = 0;
     for (const Part& part : parts) {
         if (&part != &parts[0] && !reader.skip("/")) break;
@@ -135,15 +135,15 @@ std::uint32_t partsNext(TextReader& reader) {
     return number;
 }
 
-std::uint64_t tagsNext(TextReader& reader) {
+std::uint64_t tagsNext(Zin::TextReader& reader) {
     if (!reader.skip(".")) return 0;
     std::uint64_t tags = reader.number(1, mostTag) << outerShift;
     if (reader.skip(".")) tags |= reader.number(1, mostTag);
     return tags;
 }
 
-IntfId rawNext(TextReader& reader) {
-    const TextReader start = reader;
+IntfId rawNext(Zin::TextReader& reader) {
+    const Zin::TextReader start = reader;
     reader.need("0x");
     const IntfId id(reader.hex64());
     if (id.value() == 0 || namingOf(id)) {
@@ -182,7 +182,7 @@ Zin::String IntfId::stringValue() const {
     return text;
 }
 
-IntfId IntfId::textNext(TextReader& reader) {
+IntfId IntfId::textNext(Zin::TextReader& reader) {
     if (reader.skip("none")) return IntfId();
     if (reader.rest().starts_with("0x")) return rawNext(reader);
     for (const Naming& naming : namings) {

@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
@@ -34,8 +34,8 @@ class IntfId : public Zin::Value<IntfId> {
     constexpr void valueIs(std::uint64_t value) { value_ = value; }
 
     ZIN_EXPORT Zin::String stringValue() const;
-    static IntfId fromStringValue(std::string_view text) { return wholeText<IntfId>(text); }
-    ZIN_EXPORT static IntfId textNext(TextReader& reader);
+    static IntfId fromStringValue(std::string_view text) { return Zin::wholeText<IntfId>(text); }
+    ZIN_EXPORT static IntfId textNext(Zin::TextReader& reader);
 
   private:
     std::uint64_t value_ = 0;

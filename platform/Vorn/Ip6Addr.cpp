@@ -76,8 +76,8 @@ Zin::String Ip6Addr::stringValue() const {
     return text;
 }
 
-Ip6Addr Ip6Addr::textNext(TextReader& reader) {
-    const TextReader start = reader;
+Ip6Addr Ip6Addr::textNext(Zin::TextReader& reader) {
+    const Zin::TextReader start = reader;
     Bytes bytes;
     if (!inetBytes(AF_INET6, reader.run("0123456789abcdefABCDEF:."), bytes.data())) {
         start.fail("an IPv6 address");

@@ -60,17 +60,17 @@ Zin::String IpGenAddr::stringValue() const {
     return text;
 }
 
-IpGenAddr IpGenAddr::textNext(TextReader& reader) {
+IpGenAddr IpGenAddr::textNext(Zin::TextReader& reader) {
     if (reader.skip("none")) return IpGenAddr();
-    TextReader ahead = reader;
+    Zin::TextReader ahead = reader;
     const std::string_view word = ahead.run("0123456789abcdefABCDEF:.");
     if (word.empty()) reader.fail("an IPv4 or IPv6 address");
     if (word.find(':') == std::string_view::npos) return ip4TextNext(reader);
     return IpGenAddr(Ip6Addr::textNext(reader));
 }
 
-IpGenAddr IpGenAddr::ip4TextNext(TextReader& reader) {
-    const TextReader start = reader;
+IpGenAddr IpGenAddr::ip4TextNext(Zin::TextReader& reader) {
+    const Zin::TextReader start = reader;
     Ip4Bytes bytes;
     if (!inetBytes(AF_INET, reader.run("0123456789."), bytes.data())) {
         start.fail("an IPv4 address");

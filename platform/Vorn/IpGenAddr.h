@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "Vorn/Ip6Addr.h"
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
@@ -59,11 +59,11 @@ class IpGenAddr : public Zin::Value<IpGenAddr> {
 
     ZIN_EXPORT Zin::String stringValue() const;
     static IpGenAddr fromStringValue(std::string_view text) {
-        return wholeText<IpGenAddr>(text);
+        return Zin::wholeText<IpGenAddr>(text);
     }
-    ZIN_EXPORT static IpGenAddr textNext(TextReader& reader);
+    ZIN_EXPORT static IpGenAddr textNext(Zin::TextReader& reader);
     // A dotted quad and nothing else: where what follows it could belong to an IPv6 address.
-    ZIN_EXPORT static IpGenAddr ip4TextNext(TextReader& reader);
+    ZIN_EXPORT static IpGenAddr ip4TextNext(Zin::TextReader& reader);
 
     // Refuses what the field-wise constructor refuses.
     ZIN_EXPORT static IpGenAddr attrLogNext(Zin::NboAttrLog::In& in);

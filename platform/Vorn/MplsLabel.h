@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
 
@@ -33,9 +33,9 @@ class MplsLabel : public Zin::Value<MplsLabel> {
 
     Zin::String stringValue() const { return std::to_string(value_); }
     static MplsLabel fromStringValue(std::string_view text) {
-        return wholeText<MplsLabel>(text);
+        return Zin::wholeText<MplsLabel>(text);
     }
-    static MplsLabel textNext(TextReader& reader) {
+    static MplsLabel textNext(Zin::TextReader& reader) {
         constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
         return MplsLabel(static_cast<std::uint32_t>(reader.number(0, most)));
     }

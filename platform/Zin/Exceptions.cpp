@@ -18,9 +18,8 @@ std::string described(const Entity& entity, AttributeId attribute) {
     return text;
 }
 
-std::string typeText(const ZinTypeBase& type) {
-    const EntityTypeInfo* const info = type.info();
-    return info ? std::string(info->name) : std::string("an unnamed type");
+std::string dotted(std::string_view outer, std::string_view inner) {
+    return std::string(outer) + (inner.empty() ? "" : ".") + std::string(inner);
 }
 
 }  // namespace
@@ -30,10 +29,13 @@ NewEntityArgsException::~NewEntityArgsException() = default;
 MutatorReinstantiatingException::~MutatorReinstantiatingException() = default;
 RangeException::~RangeException() = default;
 WriteUpdateFromReadOnlyProxyException::~WriteUpdateFromReadOnlyProxyException() = default;
+NullPointerException::~NullPointerException() = default;
+UnhashableException::~UnhashableException() = default;
+TypeException::~TypeException() = default;
 TextException::~TextException() = default;
 
 NewEntityArgsException::NewEntityArgsException(const ZinTypeBase& type)
-    : Exception(typeText(type) + " takes no constructor arguments beyond its name") {}
+    : Exception(std::string(type.name()) + " takes no constructor arguments beyond its name") {}
 
 TextException::TextException(
     std::size_t position,
@@ -42,7 +44,26 @@ TextException::TextException(
     : Exception(
           "expected " + std::string(expected) + " at position " + std::to_string(position) +
           ", found " + std::string(found)),
-      position_(position) {}
+      position_(position),
+      expectation_(std::string(expected) + ", found " + std::string(found)) {}
+
+TextException::TextException(const TextException& inside, std::string_view fieldName)
+    : Exception(
+          "field '" + dotted(fieldName, inside.field_) + "' at position " +
+          std::to_string(inside.position_) + ": expected " + inside.expectation_),
+      position_(inside.position_),
+      field_(dotted(fieldName, inside.field_)),
+      expectation_(inside.expectation_) {}
+
+void GenericIfImpl::throwUnhashableException(const ZinTypeBase& type) {
+    throw UnhashableException(std::string(type.name()) + " has no hash");
+}
+
+void GenericIfImpl::throwTypeException(const ZinTypeBase& given, const ZinTypeBase& expected) {
+    throw TypeException(
+        "a value of " + std::string(given.name()) + " was given, " +
+        std::string(expected.name()) + " is due");
+}
 
 void throwNewEntityArgsException(const ZinTypeBase& type) {
     throw NewEntityArgsException(type);

@@ -57,13 +57,52 @@ class ZIN_EXPORT TextException : public Exception {
   public:
     // The position counts bytes from the start of the text.
     TextException(std::size_t position, std::string_view expected, std::string_view found);
+    // The same, met while the field of that name was read.
+    TextException(const TextException& inside, std::string_view fieldName);
     ~TextException() override;
 
     std::size_t position() const noexcept { return position_; }
+    // The field that was read, with dots where values lie inside of values; empty outside of
+    // all fields.
+    const std::string& field() const noexcept { return field_; }
+    // "a decimal number, found 'x'".
+    const std::string& expectation() const noexcept { return expectation_; }
 
   private:
     std::size_t position_;
+    std::string field_;
+    std::string expectation_;
 };
+
+// A pointer is null where the reflective interface needs an object.
+class ZIN_EXPORT NullPointerException : public Exception {
+  public:
+    using Exception::Exception;
+    ~NullPointerException() override;
+};
+
+// A hash was asked for of a type that has none.
+class ZIN_EXPORT UnhashableException : public Exception {
+  public:
+    using Exception::Exception;
+    ~UnhashableException() override;
+};
+
+// A value of one type was given where another is due.
+class ZIN_EXPORT TypeException : public Exception {
+  public:
+    using Exception::Exception;
+    ~TypeException() override;
+};
+
+namespace GenericIfImpl {
+
+[[noreturn]] ZIN_EXPORT void throwUnhashableException(const ZinTypeBase& type);
+[[noreturn]] ZIN_EXPORT void throwTypeException(
+    const ZinTypeBase& given,
+    const ZinTypeBase& expected);
+
+}  // namespace GenericIfImpl
 
 [[noreturn]] ZIN_EXPORT void throwNewEntityArgsException(const ZinTypeBase& type);
 [[noreturn]] ZIN_EXPORT void throwRangeException(std::string_view text);

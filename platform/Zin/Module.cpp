@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <unordered_map>
 
 #include "Zin/Assert.h"
 
@@ -13,6 +14,8 @@ namespace {
 struct Registry {
     std::mutex mutex;
     std::map<std::string_view, const ZinModule*> modules;
+    // A name that two modules claim stays with the first.
+    std::unordered_map<std::string_view, ZinTypeBase> types;
 };
 
 // Made at first use, because modules register while static objects are still being made; leaked
@@ -25,7 +28,25 @@ Registry& registry() {
 }  // namespace
 
 const EntityTypeInfo* ZinTypeBase::info() const noexcept {
-    return module && index < module->types.size() ? module->types[index] : nullptr;
+    return module && index < module->types.size() ? module->types[index].entity : nullptr;
+}
+
+const ValueInfo* ZinTypeBase::valueInfo() const noexcept {
+    return module && index < module->types.size() ? module->types[index].value : nullptr;
+}
+
+std::string_view ZinTypeBase::name() const noexcept {
+    if (const EntityTypeInfo* const entity = info()) return entity->name;
+    const ValueInfo* const value = valueInfo();
+    return value ? value->name : "an unnamed type";
+}
+
+bool ZinTypeBase::isDerived(const ZinTypeBase& base) const noexcept {
+    const EntityTypeInfo* const wanted = base.info();
+    for (const EntityTypeInfo* type = info(); type && wanted; type = type->base) {
+        if (type == wanted) return true;
+    }
+    return false;
 }
 
 const AttributeInfo* EntityTypeInfo::attribute(AttributeId id) const noexcept {
@@ -49,6 +70,9 @@ void zinModuleIs(const ZinModule* module) {
     const std::lock_guard lock(all.mutex);
     const bool inserted = all.modules.emplace(module->name, module).second;
     ZIN_ASSERT(inserted, "Module");
+    for (std::uint32_t index = 0; index < module->types.size(); ++index) {
+        all.types.emplace(module->types[index].name(), ZinTypeBase{module, index});
+    }
 }
 
 void forEachModule(const std::function<void(const ZinModule&)>& visit) {
@@ -65,14 +89,10 @@ const ZinModule* moduleNamed(std::string_view name) {
 }
 
 ZinTypeBase typeNamed(std::string_view qualifiedName) {
-    ZinTypeBase found;
-    forEachModule([&](const ZinModule& module) {
-        for (std::uint32_t index = 0; index < module.types.size(); ++index) {
-            const EntityTypeInfo* const type = module.types[index];
-            if (type && type->name == qualifiedName) found = {&module, index};
-        }
-    });
-    return found;
+    Registry& all = registry();
+    const std::lock_guard lock(all.mutex);
+    const auto at = all.types.find(qualifiedName);
+    return at == all.types.end() ? ZinTypeBase() : at->second;
 }
 
 }  // namespace Zin

@@ -26,6 +26,12 @@ class Sa;
 enum class TransactionType : std::uint8_t;
 }  // namespace NboAttrLog
 
+namespace GenericIf {
+enum class AttributeOp : std::uint32_t;
+enum class Status : int;
+struct IteratorOps;
+}  // namespace GenericIf
+
 enum class AttributeKind : std::uint8_t {
     single,                // a plain value or a value of a value type
     collection,            // keyed values, or keys alone
@@ -52,6 +58,8 @@ struct MemberRef {
     const Entity* child = nullptr;
 };
 
+struct EntityTypeInfo;
+
 // One attribute as code that knows no types sees it. Functions that make no sense for the kind
 // are null.
 struct AttributeInfo {
@@ -61,9 +69,15 @@ struct AttributeInfo {
     // Whether the attribute log carries it.
     bool streamed;
     std::string_view name;
-    // Of a single value, or of a collection's members; null for children and sets.
+    // Of a single value, of a collection's members, or of what a function returns; null for
+    // children and sets.
     const ValueInfo* value;
     const ValueInfo* key;
+    // The type of the children.
+    const EntityTypeInfo* childType;
+    // The name of the field, or the attribute, of a member that is its key; empty where the key
+    // lies outside.
+    std::string_view keyField;
 
     // The stored value of a single attribute.
     const void* (*valueOf)(const Entity& entity);
@@ -72,6 +86,15 @@ struct AttributeInfo {
     // The member under a key of the collection's key type.
     MemberRef (*member)(const Entity& entity, const void* key);
     const Entity* (*child)(const Entity& entity);
+
+    // --- Reflective interface (Zin/GenericIf.h) ---
+    GenericIf::Status (*operate)(
+        void* result,
+        Entity& entity,
+        GenericIf::AttributeOp op,
+        const void* key,
+        const void* value);
+    const GenericIf::IteratorOps* iteratorOps;
 
     // --- Attribute log (frame/AttributeLog.h) ---
     // Writes the attribute, or one member of it, to the stream or remembers it as dirty.
@@ -100,11 +123,23 @@ struct AttributeInfo {
 struct EntityTypeInfo {
     std::string_view name;
     std::span<const AttributeInfo> attributes;
+    // What entities are made of: the name first.
+    std::span<const ValueInfo* const> constructorArguments;
+    // The arguments' attributes, by id; 0 for the name.
+    std::span<const AttributeId> constructorAttributeIds;
+    // The entity type that this one derives from; null for Zin::Entity.
+    const EntityTypeInfo* base;
+    ZinTypeBase handle;
 
     // Null for a type that never stands at the top of a directory.
     Ptr<Entity> (*newEntityForDir)(const String& name, const void* extraArguments);
     Ptr<Entity> (*newEntityForAttrLog)(NboAttrLog::In* in);
     void (*genericIfConstructFromCtorArgs)(void* result, const void* const* arguments);
+    // Reads the constructor parameters that the entity was made with.
+    void (*forEachConstructorArgument)(
+        const Entity& entity,
+        void (*visit)(void* context, const void* argument),
+        void* context);
     void (*serializeConstructorParams)(NboAttrLog::Out& out, const Entity& entity);
     std::size_t (*attrLogSizeCtorParams)(const Entity& entity);
     Ptr<NboAttrLog::FlowOut> (*newFlowOut)(NboAttrLog::Sa* sa, bool initial, AttributeId start);
@@ -130,10 +165,20 @@ struct EntityTypeInfo {
     ZIN_EXPORT const AttributeInfo* attribute(std::string_view name) const noexcept;
 };
 
+// A type of a module: one of the two is null.
+struct TypeInfo {
+    const ValueInfo* value;
+    const EntityTypeInfo* entity;
+
+    constexpr std::string_view name() const { return value ? value->name : entity->name; }
+};
+
 struct ZinModule {
     std::string_view name;
-    // By type index; null where the index is that of a type which is no entity type.
-    std::span<const EntityTypeInfo* const> types;
+    // By type index.
+    std::span<const TypeInfo> types;
+    // The compiled type table (Zin/TypeTable.h).
+    std::span<const std::uint8_t> typeTable;
     // Differs when the module's types, attributes or fields differ: two peers of one
     // fingerprint read each other's messages alike.
     std::uint64_t fingerprint;
@@ -150,7 +195,7 @@ struct ModuleRegistration {
 // All modules, in the order of their names.
 ZIN_EXPORT void forEachModule(const std::function<void(const ZinModule&)>& visit);
 
-// The module, or the entity type with this qualified name, or null (a handle that names none).
+// The module, or the type with this qualified name, or null (a handle that names none).
 ZIN_EXPORT const ZinModule* moduleNamed(std::string_view name);
 ZIN_EXPORT ZinTypeBase typeNamed(std::string_view qualifiedName);
 

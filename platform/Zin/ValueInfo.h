@@ -1,161 +1,106 @@
-// ValueInfo is what code that knows no types sees of a value: its qualified name, its fields
-// and its text. Tables are constants made from schemas; what walks them is compiled once.
+// ValueInfo is what code that knows no types sees of a value: its qualified name, its fields,
+// its text, and how it is made, copied, compared and hashed. Tables are constants made from
+// schemas (Zin/ValueInfoOf.h); what walks them is compiled once.
+//
+// Text (Zin/Strep.h) has one form for all: a value with fields names them, a value that wraps
+// one field `value` is written as that field, a type with a text of its own (stringValue() and
+// textNext()) as that text, a collection inside of a value as None.
 
 #pragma once
 
-#include <array>
-#include <concepts>
 #include <cstdint>
-#include <ostream>
 #include <span>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
-#include "Zin/Enum.h"
 #include "Zin/Export.h"
-#include "Zin/String.h"
-#include "describe/Value.h"
+#include "Zin/TextReader.h"
+#include "describe/Schema.h"
 
 namespace Zin {
 
 struct ValueInfo;
 
+enum class ValueKind : std::uint8_t {
+    boolean,
+    unsignedNumber,
+    signedNumber,
+    floatingNumber,
+    string,
+    enumeration,
+    text,        // a value type with a text of its own
+    fields,      // a value type that is read and written field by field
+    collection,  // inside of a value; has no text to be read back
+};
+
 struct FieldInfo {
     std::string_view name;
     const void* (*in)(const void* value);
     const ValueInfo* type;
+
+    void* mutableIn(void* value) const { return const_cast<void*>(in(value)); }
+};
+
+// A collection inside of a value. The value of a member is null for a set.
+struct CollectionInfo {
+    const ValueInfo* key;
+    const ValueInfo* value;
+    std::uint32_t (*members)(const void* collection);
+    void (*forEachMember)(
+        const void* collection,
+        void (*visit)(void* context, const void* key, const void* value),
+        void* context);
+    void (*insert)(void* collection, const void* key, const void* value);
 };
 
 struct ValueInfo {
     // The qualified name, as in "Pseudowire::TimeRange" or "bool".
     std::string_view name;
-    // Of a value type without a text form of its own; empty for all others.
+    ValueKind kind;
+    std::uint32_t size;
+    std::uint32_t alignment;
+    // Of a value type that has fields; those of one with a text of its own are seen too.
     std::span<const FieldInfo> fields;
-    // Text of a value that has no fields of its own to walk; null for a value that has.
+    // Functions of the type, by name, numbered behind the fields.
+    std::span<const std::string_view> functions;
+    std::span<const describe::Enumerator> enumerators;
+    const CollectionInfo* collection;
+
+    // --- Untyped operations; each pointer points at a value of this type ---
+    // Into raw memory of that size and alignment: a copy, or a default value when `from` is
+    // null.
+    void (*construct)(void* to, const void* from);
+    void (*destruct)(void* value) noexcept;
+    void (*assign)(void* to, const void* from);
+    bool (*equal)(const void* a, const void* b);
+    // Null for a type that has no order, or no hash.
+    bool (*less)(const void* a, const void* b);
+    std::uint32_t (*hash)(const void* value, std::uint32_t seed);
+    // The text of kinds other than `fields`; reading is null for a collection.
     void (*appendText)(std::string& text, const void* value);
+    void (*readText)(TextReader& reader, void* value);
+
+    // A value that stands for its only field.
+    bool isWrapper() const noexcept {
+        return kind == ValueKind::fields && fields.size() == 1 && fields[0].name == "value";
+    }
+    // Whether some field, at whatever depth, is a collection: such a text cannot be read back.
+    ZIN_EXPORT bool holdsCollection() const noexcept;
 };
 
 // Appends the text of a value. Linear in the length of the text.
 ZIN_EXPORT void appendText(std::string& text, const ValueInfo& type, const void* value);
 
-// Appends a string in single quotes; quotes, backslashes and what does not print are escaped.
+// Reads a value from where the reader stands. Throws a TextException that names the field, and
+// a RangeException; then `value` holds something, but nothing of use. A type that holds a
+// collection cannot be read: fatal assertion. Linear in what is read.
+ZIN_EXPORT void readText(TextReader& reader, const ValueInfo& type, void* value);
+
+// Appends a string in single quotes; quotes, backslashes, control characters and bytes that are
+// no UTF-8 are escaped, so that the text is UTF-8 whatever the string holds.
 ZIN_EXPORT void appendQuoted(std::string& text, std::string_view bytes);
 
-template <class T>
-concept HasStringValue = requires(const T& value) {
-    { value.stringValue() } -> std::same_as<String>;
-};
-
-namespace detail {
-
-ZIN_EXPORT void appendUnsigned(std::string& text, std::uint64_t number);
-ZIN_EXPORT void appendSigned(std::string& text, std::int64_t number);
-// The shortest digits that read back as the same number.
-ZIN_EXPORT void appendDouble(std::string& text, double number);
-
-template <class T>
-concept Leaf = !describe::Value<T> || HasStringValue<T>;
-
-template <class T>
-void appendLeaf(std::string& text, const void* value) {
-    const T& leaf = *static_cast<const T*>(value);
-    if constexpr (HasStringValue<T>) {
-        text += leaf.stringValue().view();
-    } else if constexpr (describe::DescribedEnum<T>) {
-        text += stringValue(leaf).view();
-    } else if constexpr (std::same_as<T, bool>) {
-        text += leaf ? "True" : "False";
-    } else if constexpr (std::floating_point<T>) {
-        appendDouble(text, leaf);
-    } else if constexpr (std::signed_integral<T>) {
-        appendSigned(text, leaf);
-    } else if constexpr (std::unsigned_integral<T>) {
-        appendUnsigned(text, leaf);
-    } else if constexpr (std::same_as<T, String>) {
-        appendQuoted(text, leaf.view());
-    } else {
-        // A collection inside of a value.
-        text += "None";
-    }
-}
-
-template <class T>
-consteval std::string_view nameOf() {
-    if constexpr (describe::Described<T>) {
-        return describe::schemaOf<T>.typeName;
-    } else if constexpr (describe::DescribedEnum<T>) {
-        return describe::enumerationOf<T>.typeName;
-    } else if constexpr (std::same_as<T, bool>) {
-        return "bool";
-    } else if constexpr (std::same_as<T, double>) {
-        return "double";
-    } else if constexpr (std::same_as<T, String>) {
-        return "Zin::String";
-    } else if constexpr (std::integral<T>) {
-        constexpr std::array<std::string_view, 18> names{
-            "",
-            "U8",
-            "U16",
-            "",
-            "U32",
-            "",
-            "",
-            "",
-            "U64",
-            "",
-            "S8",
-            "S16",
-            "",
-            "S32",
-            "",
-            "",
-            "",
-            "S64"};
-        return names[sizeof(T) + (std::is_signed_v<T> ? 9 : 0)];
-    } else {
-        return "collection";
-    }
-}
-
-}  // namespace detail
-
-template <class T>
-struct ValueInfoOf;
-
-template <class T>
-inline constexpr const ValueInfo& valueInfo = ValueInfoOf<T>::info;
-
-template <detail::Leaf T>
-struct ValueInfoOf<T> {
-    static constexpr ValueInfo info{detail::nameOf<T>(), {}, &detail::appendLeaf<T>};
-};
-
-template <class T>
-requires(!detail::Leaf<T>) struct ValueInfoOf<T> {
-    template <class F>
-    static constexpr FieldInfo fieldInfo(const F& field) {
-        return {
-            field.name,
-            [](const void* value) -> const void* {
-                return &F::in(*static_cast<const T*>(value));
-            },
-            &valueInfo<typename F::Value>};
-    }
-    template <class... Fields>
-    static constexpr auto fieldInfos(const describe::Schema<Fields...>& schema) {
-        return std::array<FieldInfo, sizeof...(Fields)>{
-            fieldInfo(static_cast<const Fields&>(schema))...};
-    }
-    static constexpr auto fields = fieldInfos(describe::schemaOf<T>);
-    static constexpr ValueInfo info{describe::schemaOf<T>.typeName, fields, nullptr};
-};
-
-template <class T>
-std::string textOf(const T& value) {
-    std::string text;
-    appendText(text, valueInfo<T>, &value);
-    return text;
-}
+// RFC 3629: well-formed, without surrogates and overlong forms.
+ZIN_EXPORT bool isUtf8(std::string_view bytes) noexcept;
 
 }  // namespace Zin

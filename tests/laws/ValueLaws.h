@@ -19,7 +19,7 @@
 #include "Zin/NboAttrLogIn.h"
 #include "Zin/NboAttrLogOut.h"
 #include "Zin/Value.h"
-#include "Zin/ValueInfo.h"
+#include "Zin/ValueInfoOf.h"
 #include "laws/RandomValue.h"
 
 namespace laws {

@@ -4,7 +4,7 @@
 #include <functional>
 #include <map>
 
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 
 namespace corra {
 
@@ -96,15 +96,23 @@ std::string textOf(const Fields& fields) {
 }
 
 nlohmann::ordered_json jsonOf(const Field& field) {
-    const std::string_view type = field.type->name;
-    if (type == "bool") return field.text == "True";
-    if (type == "Zin::String") {
-        Vorn::TextReader reader(field.text);
-        return std::string(reader.quoted().view());
-    }
-    if (type == "U8" || type == "U16" || type == "U32" || type == "U64" || type == "double") {
-        auto number = nlohmann::ordered_json::parse(field.text, nullptr, false);
-        if (number.is_number()) return number;
+    using enum Zin::ValueKind;
+    switch (field.type->kind) {
+        case boolean:
+            return field.text == "True";
+        case string: {
+            Zin::TextReader reader(field.text);
+            return std::string(reader.quoted().view());
+        }
+        case unsignedNumber:
+        case signedNumber:
+        case floatingNumber: {
+            auto number = nlohmann::ordered_json::parse(field.text, nullptr, false);
+            if (number.is_number()) return number;
+            break;
+        }
+        default:
+            break;
     }
     return field.text;
 }

@@ -9,7 +9,7 @@ void append(
     const std::string& name,
     const Zin::ValueInfo& type,
     const void* value) {
-    if (type.fields.empty()) {
+    if (type.kind != Zin::ValueKind::fields || type.isWrapper()) {
         std::string text;
         Zin::appendText(text, type, value);
         fields.push_back({name, std::move(text), &type, false});

@@ -1,12 +1,13 @@
-#include "Vorn/TextReader.h"
+#include "Zin/TextReader.h"
 
+#include <algorithm>
 #include <limits>
 #include <string>
 
 #include "Zin/Exceptions.h"
 #include "Zin/ValueInfo.h"
 
-namespace Vorn {
+namespace Zin {
 
 namespace {
 
@@ -17,11 +18,11 @@ constexpr std::string_view hexDigits = "0123456789abcdef";
 
 void TextReader::fail(std::string_view expected) const {
     constexpr std::size_t shown = 24;
-    if (rest().empty()) throw Zin::TextException(at_, expected, "the end of the text");
+    if (rest().empty()) throw TextException(at_, expected, "the end of the text");
     std::string found;
-    Zin::appendQuoted(found, rest().substr(0, shown));
+    appendQuoted(found, rest().substr(0, shown));
     if (rest().size() > shown) found += "...";
-    throw Zin::TextException(at_, expected, found);
+    throw TextException(at_, expected, found);
 }
 
 bool TextReader::skip(std::string_view literal) {
@@ -33,7 +34,7 @@ bool TextReader::skip(std::string_view literal) {
 void TextReader::need(std::string_view literal) {
     if (skip(literal)) return;
     std::string expected;
-    Zin::appendQuoted(expected, literal);
+    appendQuoted(expected, literal);
     fail(expected);
 }
 
@@ -48,7 +49,7 @@ std::string_view TextReader::run(std::string_view characters) {
     return taken;
 }
 
-std::uint64_t TextReader::number() {
+std::optional<std::uint64_t> TextReader::anyNumber() {
     constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
     const TextReader start = *this;
     const std::string_view digits = run(decimalDigits);
@@ -57,20 +58,23 @@ std::uint64_t TextReader::number() {
     std::uint64_t number = 0;
     for (const char c : digits) {
         const auto digit = static_cast<std::uint64_t>(c - '0');
-        if (number > (most - digit) / 10) return most;
+        if (number > (most - digit) / 10) return std::nullopt;
         number = number * 10 + digit;
     }
     return number;
 }
 
+std::uint64_t TextReader::number() {
+    return anyNumber().value_or(std::numeric_limits<std::uint64_t>::max());
+}
+
 std::uint64_t TextReader::number(std::uint64_t least, std::uint64_t most) {
     const TextReader start = *this;
-    const std::uint64_t read = number();
-    // 2^64 - 1 may stand for more, so no caller may allow it.
-    if (read < least || read > most || read == std::numeric_limits<std::uint64_t>::max()) {
+    const std::optional<std::uint64_t> read = anyNumber();
+    if (!read || *read < least || *read > most) {
         start.fail("a number from " + std::to_string(least) + " to " + std::to_string(most));
     }
-    return read;
+    return *read;
 }
 
 std::uint64_t TextReader::hex64() {
@@ -94,29 +98,44 @@ std::uint8_t TextReader::escapedByte() {
         const std::size_t low = hexDigits.find(rest()[1]);
         const bool digits = high != std::string_view::npos && low != std::string_view::npos;
         const std::size_t byte = high << 4 | low;
-        if (digits && (byte < 0x20 || byte == 0x7f)) {
+        if (digits && (byte < 0x20 || byte >= 0x7f)) {
             at_ += 2;
             return static_cast<std::uint8_t>(byte);
         }
     }
-    start.fail("an escaped quote, backslash or control character");
+    start.fail("an escaped quote, backslash, control character or byte that is no UTF-8");
 }
 
-Zin::String TextReader::quoted() {
+String TextReader::quoted() {
+    const TextReader start = *this;
     need("'");
     std::string bytes;
+    bool plain = true;
     while (!skip("'")) {
         if (rest().empty()) fail("a closing quote");
         if (skip("\\")) {
             bytes += static_cast<char>(escapedByte());
-            continue;
+        } else {
+            const auto byte = static_cast<unsigned char>(rest()[0]);
+            if (byte < 0x20 || byte == 0x7f) fail("no control character");
+            bytes += rest()[0];
+            ++at_;
         }
-        const auto byte = static_cast<unsigned char>(rest()[0]);
-        if (byte < 0x20 || byte == 0x7f) fail("no control character");
-        bytes += rest()[0];
-        ++at_;
+        plain = plain && static_cast<unsigned char>(bytes.back()) < 0x80;
+    }
+    if (!plain) {
+        // One spelling: bytes are escaped where they are no UTF-8, and nowhere else.
+        std::string written;
+        appendQuoted(written, bytes);
+        const std::string_view read = start.rest().substr(0, at_ - start.at_);
+        if (read != written) {
+            const auto [found, due] =
+                std::mismatch(read.begin(), read.end(), written.begin(), written.end());
+            at_ = start.at_ + static_cast<std::size_t>(found - read.begin());
+            fail("UTF-8 as it stands, other bytes escaped");
+        }
     }
     return bytes;
 }
 
-}  // namespace Vorn
+}  // namespace Zin

@@ -1,5 +1,5 @@
 // TextReader reads the text forms of values. It stands at a position of a text, takes what it
-// is asked for, and throws a Zin::TextException with the position when something else is there.
+// is asked for, and throws a TextException with the position when something else is there.
 //
 // A value type with a text form supplies `static T textNext(TextReader&)`, which reads one
 // value and leaves the reader behind it, so that values can be read out of the middle of longer
@@ -11,12 +11,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "Zin/Export.h"
 #include "Zin/String.h"
 
-namespace Vorn {
+namespace Zin {
 
 class ZIN_EXPORT TextReader {
   public:
@@ -38,17 +39,20 @@ class ZIN_EXPORT TextReader {
     // the caller to judge.
     std::uint64_t number();
     // A decimal number from `least` to `most`; any other is refused.
+    std::uint64_t number(std::uint64_t most) { return number(0, most); }
     std::uint64_t number(std::uint64_t least, std::uint64_t most);
     // Exactly 16 lower-case hexadecimal digits.
     std::uint64_t hex64();
-    // A string as Zin::appendQuoted writes it.
-    Zin::String quoted();
+    // A string as appendQuoted writes it.
+    String quoted();
 
-    // Throws a Zin::TextException that names this position and what stands there.
+    // Throws a TextException that names this position and what stands there.
     [[noreturn]] void fail(std::string_view expected) const;
 
   private:
     std::uint8_t escapedByte();
+    // Nothing when it takes more than 64 bits.
+    std::optional<std::uint64_t> anyNumber();
 
     std::string_view text_;
     std::size_t at_ = 0;
@@ -63,4 +67,4 @@ T wholeText(std::string_view text) {
     return value;
 }
 
-}  // namespace Vorn
+}  // namespace Zin
