@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <set>
@@ -191,6 +193,24 @@ TEST(StateFile, CapturesComeBackByteForByte) {
     }
 }
 
+std::string contents(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST(StateFile, TheDocumentedExamplesSayTheSame) {
+    const std::string page = contents(CORRA_SOURCE_DIR "/docs/state-file.md");
+    std::vector<std::string> examples;
+    const std::string fence = "```json\n";
+    for (auto at = page.find(fence); at != page.npos; at = page.find(fence, at)) {
+        at += fence.size();
+        examples.push_back(page.substr(at, page.find("```", at) - at));
+    }
+    ASSERT_EQ(examples.size(), 2u);
+    EXPECT_EQ(stateText(readState(examples[0], "written")), examples[0]);
+    EXPECT_EQ(stateText(readState(examples[1], "by hand")), examples[0]);
+}
+
 std::string stateWith(const std::string& type, const std::string& attributes) {
     return R"({"format": "corra-state", "version": 1, "roots": {"r": {"type": ")" + type +
            R"(", "attributes": )" + attributes + "}}}";
@@ -268,158 +288,113 @@ TEST(StateValue, HoldsCollections) {
 
 struct BadFile {
     std::string text;
-    // "bad.json: " before it.
     std::string error;
     // Whether the schema says that it is bad, too.
     bool breaksSchema = true;
 };
 
-BadFile badBench(const char* attributes, const std::string& error, bool breaksSchema = true) {
-    return {stateWith("Lab::Bench", attributes), "/roots/r/attributes/" + error, breaksSchema};
-}
+// An attribute of a type, its JSON, the pointer below it, and the error.
+struct BadAttribute {
+    const char* type;
+    const char* name;
+    std::string json;
+    const char* below;
+    std::string error;
+    bool breaksSchema = true;
+};
 
 std::vector<BadFile> badFiles() {
+    constexpr const char* bench = "Lab::Bench";
+    constexpr const char* yard = "Depot::Yard";
+    constexpr bool beyondSchema = false;
+    const std::string head = R"({"format": "corra-state", "version": )";
+    const std::string noAttribute =
+        "expected an attribute of Lab::Bench that can be set, found ";
+    const std::string u8 = "expected a whole number from 0 to 255, found ";
     const std::string twice = "expected each name once, found it again";
     const std::string again = "expected each key once, found it again";
+    const std::string oneChild = "expected null or an object with one member, the child by ";
     std::vector<BadFile> files{
-        // The file.
         {"[]", "expected an object, found an array"},
         {"{}", R"(expected a member "format", found none)"},
-        {R"({"format": "x", "version": 1, "roots": {}})",
-         R"(/format: expected "corra-state", found "x")"},
-        {R"({"format": "corra-state", "version": 2, "roots": {}})",
-         "/version: expected 1, found 2"},
-        {R"({"format": "corra-state", "version": 1, "roots": {}, "a~/b": 0})",
-         R"(/a~0~1b: expected "format" or "version" or "roots", found "a~/b")"},
-        {R"({"format": "corra-state", "version": 1, "roots": {"r": {}}})",
-         R"(/roots/r: expected a member "type", found none)"},
-        {stateWith("Lab::Rack", "{}"),
-         R"(/roots/r/type: expected one of "Depot::Yard", "Lab::Bench", )"
-         R"("Pseudowire::Config", "Pseudowire::Runnability", found "Lab::Rack")"},
-        {stateWith("Lab::Bench", "[]"),
-         "/roots/r/attributes: expected an object, found an array"},
-        // Names.
-        badBench(
-            R"({"x/y": 1})",
-            "x~1y: expected an attribute of Lab::Bench that can be set, found \"x/y\""),
-        badBench(
-            R"({"batch": 4})",
-            "batch: expected an attribute of Lab::Bench that can be set, found \"batch\""),
-        badBench(
-            R"({"racks": 0})",
-            "racks: expected an attribute of Lab::Bench that can be set, found \"racks\""),
-        badBench(R"({"label": "a", "label": "a"})", "label: " + twice, false),
-        badBench(R"({"reading": {"1": "a", "2": "", "1": "a"}})", "reading/1: " + twice, false),
-        badBench(
-            R"({"solvent": {"weight": 1}})",
-            "solvent/weight: expected a field of Lab::Reagent (name, grams, colour), found "
-            "\"weight\""),
-        badBench(
-            R"({"reagent": {"a": {"name": "a"}}})",
-            "reagent/a/name: expected a field of Lab::Reagent (grams, colour), found \"name\""),
-        // Values.
-        badBench(R"({"flag": "true"})", "flag: expected true or false, found \"true\""),
-        badBench(R"({"flag": null})", "flag: expected true or false, found null"),
-        badBench(R"({"tiny": 256})", "tiny: expected a whole number from 0 to 255, found 256"),
-        badBench(R"({"tiny": -1})", "tiny: expected a whole number from 0 to 255, found -1"),
-        badBench(
-            R"({"small": 1.5})",
-            "small: expected a whole number from 0 to 65535, found 1.5"),
-        badBench(
-            R"({"huge": 18446744073709551616})",
-            "huge: expected a whole number from 0 to 18446744073709551615, found "
-            "1.8446744073709552e+19"),
-        badBench(
-            R"({"balance": -2147483649})",
-            "balance: expected a whole number from -2147483648 to 2147483647, found "
-            "-2147483649"),
-        badBench(
-            R"({"ratio": "1"})",
-            R"(ratio: expected a number, "inf", "-inf" or "nan", found "1")"),
-        badBench(
-            R"({"colour": "Red"})",
-            R"(colour: expected one of "red", "green", "violet" or a number without a name, )"
-            R"(found "Red")"),
-        badBench(R"({"colour": 1})", "colour: expected green, found '1'"),
-        badBench(R"({"colour": 256})", "colour: expected a number from 0 to 255, found '256'"),
-        badBench(R"({"label": 7})", "label: expected a string, found 7"),
-        badBench(
-            R"({"label": "'a"})",
-            R"(label: in "'a" at 2: expected a closing quote, found the end of the text)"),
-        badBench(R"({"label": "'a'"})", R"(label: expected "a", found "'a'")", false),
-        {stateWith(
-             "Pseudowire::Config",
-             R"({"connector": {"ldp:'x'": {"ldpKey": "1.2.3:7"}}})"),
-         "/roots/r/attributes/connector/ldp:'x'/ldpKey: expected an IPv4 address, found "
-         "'1.2.3:7'",
-         false},
-        {stateWith("Depot::Yard", R"({"encap": "<4095,1"})"),
-         "/roots/r/attributes/encap: in \"<4095,1\": ",
-         false},
-        {stateWith("Depot::Yard", R"({"encap": {"outer": "5"}})"),
-         R"(/roots/r/attributes/encap: expected "<5,0>", found an object)",
-         false},
-        {stateWith("Depot::Yard", R"({"closed": [{"value": 70000}]})"),
-         "/roots/r/attributes/closed/0/value: expected a whole number from 0 to 65535, found "
-         "70000"},
-        // Keys.
-        badBench(
-            R"({"reading": {"01": ""}})",
-            "reading/01: expected a number without leading zeros, found '01'"),
-        badBench(R"({"tag": [1, 2, 1]})", "tag/2: " + again),
-        badBench(R"({"tag": {"1": true}})", "tag: expected an array, found an object"),
-        badBench(R"({"step": []})", "step: expected an object, found an array"),
-        {stateWith("Depot::Yard", R"({"gate": {"{\"value\":7}": "<0,0>"}})"),
-         R"(/roots/r/attributes/gate/{"value":7}: expected "7", found an object)",
-         false},
-        {stateWith("Depot::Yard", R"({"gate": {"{\"value\":": "<0,0>"}})"),
-         R"(/roots/r/attributes/gate/{"value":: in "{\"value\":" at 1:10: unexpected end of )"
-         R"(input)",
-         false},
-        {stateWith(
-             "Depot::Yard",
-             R"({"gate": {"{\"value\":5000}": "<0,0>", "{\"value\": 5000}": "<0,0>"}})"),
-         R"(/roots/r/attributes/gate/{"value":5000}: )" + again,
-         false},
-        // Children.
-        badBench(
-            R"({"rack": {"a": {}}})",
-            "rack/a/cooled: expected what a Lab::Rack is made with, found nothing"),
-        badBench(
-            R"({"rack": {"a": {"cooled": 1}}})",
-            "rack/a/cooled: expected true or false, found 1"),
-        badBench(
-            R"({"spare": {}})",
-            "spare: expected null or an object with one member, the child by its name, found "
-            "an "
-            "object with 0"),
-        badBench(
-            R"({"spare": {"a": {}, "b": {}}})",
-            "spare: expected null or an object with one member, the child by its name, found "
-            "an "
-            "object with 2"),
-        badBench(
-            R"({"sample": {"a": {"mass": 1, "mark": ["x", "y", "x"]}}})",
-            "sample/a/mark/2: " + again),
+        {R"({"format": 1, "version": 1, "roots": {}})",
+         R"(/format: expected "corra-state", f)"},
+        {head + R"(2, "roots": {}})", "/version: expected 1, found 2"},
+        {head + R"(1, "roots": {}, "a~/b": 0})", R"(/a~0~1b: expected "format" or "version")"},
+        {head + R"(1, "roots": {"r": {}}})", R"(/roots/r: expected a member "type", found)"},
+        {head + R"(1, "roots": {"r": {"type": "Lab::Rack"}}})",
+         "/roots/r/type: expected one of"},
     };
-    const std::string deep(200, '[');
-    files.push_back(badBench(
-        (R"({"label": )" + deep + "1" + std::string(200, ']') + "}").c_str(),
-        "label",
-        true));
+    const BadAttribute attributes[] = {
+        // Names.
+        {bench, "batch", "4", "", noAttribute + "\"batch\""},
+        {bench, "racks", "0", "", noAttribute + "\"racks\""},
+        {bench, "label", R"("a", "label": "a")", "", twice, beyondSchema},
+        {bench, "reading", R"({"1": "a", "2": "", "1": "a"})", "/1", twice, beyondSchema},
+        {bench, "solvent", R"({"x/y": 1})", "/x~1y", "expected a field of Lab::Reagent (nam"},
+        {bench, "reagent", R"({"a": {"name": "a"}})", "/a/name", "expected a field of "},
+        // Values.
+        {bench, "flag", "null", "", "expected true or false, found null"},
+        {bench, "tiny", "256", "", u8 + "256"},
+        {bench, "tiny", "-1", "", u8 + "-1"},
+        {bench, "tiny", "1.5", "", u8 + "1.5"},
+        {bench, "huge", "18446744073709551616", "", "expected a whole number from 0 to 18446"},
+        {bench, "balance", "-2147483649", "", "expected a whole number from -2147483648 to 2"},
+        {bench, "ratio", R"("1")", "", R"(expected a number, "inf", "-inf" or "nan", found)"},
+        {bench, "colour", R"("Red")", "", R"(expected one of "red", "green", "violet" or a )"},
+        {bench, "colour", "1", "", "expected green, found '1'"},
+        {bench, "colour", "256", "", "expected a number from 0 to 255, found '256'"},
+        {bench, "label", "7", "", "expected a string, found 7"},
+        {bench, "label", R"("'a")", "", R"(in "'a" at 2: expected a closing quote, found the)"},
+        {bench, "label", R"("'a'")", "", R"(expected "a", found "'a'")", beyondSchema},
+        {yard, "encap", R"("<1,2")", "", R"(in "<1,2" at 4: expected '>', f)", beyondSchema},
+        {yard, "encap", R"("<4095,1>")", "", R"(in "<4095,1>": Bridging::)", beyondSchema},
+        {yard, "encap", R"({"outer": "5"})", "", R"(expected "<5,0>", found an)", beyondSchema},
+        {yard, "closed", R"([{"value": 65536}])", "/0/value", "expected a whole number from"},
+        // Keys.
+        {bench, "reading", R"({"01": ""})", "/01", "expected a number without leading zeros"},
+        {bench, "tag", "[1, 2, 1]", "/2", again},
+        {bench, "tag", "{}", "", "expected an array, found an object"},
+        {bench, "step", "[]", "", "expected an object, found an array"},
+        {yard,
+         "gate",
+         R"({"{\"value\":5000}": "<0,0>", "{\"value\": 5000}": "<0,0>"})",
+         R"(/{"value":5000})",
+         again,
+         beyondSchema},
+        {yard, "gate", R"({"{\"value\":7}": ""})", R"(/{"value":7})", "expected \"7\"", false},
+        {yard, "gate", R"({"{\"": ""})", R"(/{")", R"(in "{\"" at 1:3: invalid string)", false},
+        // Children.
+        {bench, "rack", R"({"a": {}})", "/a/cooled", "expected what a Lab::Rack is made with"},
+        {bench, "rack", R"({"a": {"cooled": 1}})", "/a/cooled", "expected true or false"},
+        {bench, "spare", "{}", "", oneChild},
+        {bench, "spare", R"({"a": {}, "b": {}})", "", oneChild},
+        {bench, "sample", R"({"a": {"mark": ["x", "y", "x"]}})", "/a/mark/2", again},
+    };
+    for (const BadAttribute& bad : attributes) {
+        const std::string name(bad.name);
+        files.push_back(
+            {stateWith(bad.type, "{\"" + name + "\": " + bad.json + '}'),
+             "/roots/r/attributes/" + name + bad.below + ": " + bad.error,
+             bad.breaksSchema});
+    }
     return files;
+}
+
+// What is thrown for a bad file begins with this.
+void expectError(const std::string& text, const std::string& error) {
+    try {
+        readState(text, "bad.json");
+        ADD_FAILURE() << "accepted: " << text;
+    } catch (const StateError& e) {
+        EXPECT_EQ(std::string(e.what()).substr(0, error.size()), error) << e.what();
+    }
 }
 
 TEST(StateFile, BadFilesAreRefusedWithTheirPlace) {
     const std::int64_t before = entityBytes();
     for (const BadFile& bad : badFiles()) {
-        try {
-            readState(bad.text, "bad.json");
-            ADD_FAILURE() << "accepted: " << bad.text;
-        } catch (const StateError& e) {
-            const std::string expected = "bad.json: " + bad.error;
-            EXPECT_EQ(std::string(e.what()).substr(0, expected.size()), expected) << e.what();
-        }
+        expectError(bad.text, "bad.json: " + bad.error);
         EXPECT_EQ(entityBytes(), before) << bad.text;
     }
 }
@@ -437,19 +412,17 @@ TEST(StateFile, WhatIsNoJsonIsRefusedWithLineAndColumn) {
         {"[1, 2\n", "2:1: unexpected end of input, expected ']'"},
     }};
     for (const auto& [text, error] : cases) {
-        try {
-            readState(text, "bad.json");
-            ADD_FAILURE() << "accepted: " << text;
-        } catch (const StateError& e) {
-            const std::string expected = std::string("bad.json:") + error;
-            EXPECT_EQ(std::string(e.what()).substr(0, expected.size()), expected) << e.what();
-        }
+        expectError(text, std::string("bad.json:") + error);
     }
+    const std::string deep(101, '[');
+    std::string pointer;
+    for (int i = 0; i < 100; ++i) pointer += "/0";
+    expectError(deep, "bad.json: " + pointer + ": expected at most 100 objects and arrays");
 }
 
 TEST(StateFile, DamageIsRefusedOrReadAsAWhole) {
     laws::Random random(2);
-    constexpr std::string_view bytes = "{}[]\",:'\\x0123456789eE+-.ntu \n\0\xc3";
+    constexpr std::string_view bytes("{}[]\",:'\\x0123456789eE+-.ntu \n\xc3\0", 32);
     const std::int64_t before = entityBytes();
     int refused = 0;
     int accepted = 0;
@@ -643,10 +616,6 @@ class FileTest : public testing::Test {
         }
         std::sort(all.begin(), all.end());
         return all;
-    }
-    static std::string contents(const std::string& file) {
-        std::ifstream in(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
     }
     static unsigned modeOf(const std::string& file) {
         struct stat status {};
