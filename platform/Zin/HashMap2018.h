@@ -173,23 +173,29 @@ class ZIN_EXPORT HashMap2018 {
     static const Node& nodeAt(const void* entry) noexcept {
         return *static_cast<const Node*>(entry);
     }
+    // Of the lowest position in a mask. In 32 bits, which needs no sign extension.
+    static unsigned offsetOf(unsigned positions) noexcept {
+        return static_cast<unsigned>(std::countr_zero(positions)) *
+               static_cast<unsigned>(sizeof(Node));
+    }
     static Node* nodesOf(hashed::Bucket& bucket) noexcept {
         return reinterpret_cast<Node*>(bucket.entries());
     }
 
     static const Node*
     find(const hashed::Leaf& leaf, std::uint32_t hash, const K& key) noexcept {
-        if (hashed::isList(leaf.slot)) [[unlikely]] {
-            return static_cast<const Node*>(
-                HashMap2018Generic::lookupInListG(vt_, leaf.slot, &key));
-        }
-        for (unsigned left = leaf.fingerprints->matches(hash); left != 0; left &= left - 1) {
-            const Node& node = nodesOf(hashed::bucketOf(leaf.slot))[std::countr_zero(left)];
+        // At a list nothing matches.
+        for (unsigned left = leaf.matches(hash); left != 0; left &= left - 1) {
+            const Node& node = nodeAt(hashed::bucketOf(leaf.slot).entries() + offsetOf(left));
             if (key == node.key()) [[likely]] {
                 return &node;
             }
         }
-        return nullptr;
+        if (!hashed::isList(leaf.slot)) [[likely]] {
+            return nullptr;
+        }
+        return static_cast<const Node*>(
+            HashMap2018Generic::lookupInListG(vt_, leaf.slot, &key));
     }
 
     template <class... Parts>
@@ -228,7 +234,7 @@ class ZIN_EXPORT HashMap2018 {
     template <class... Parts>
     void
     insert(const hashed::Leaf& leaf, std::uint32_t hash, const K& key, const Parts&... parts) {
-        if (core_.ownsAll() && hashed::tagOf(leaf.slot) == hashed::bucketTag) [[likely]] {
+        if (core_.ownsAll() && hashed::isBucket(leaf.slot)) [[likely]] {
             hashed::Bucket& bucket = hashed::bucketOf(leaf.slot);
             if (bucket.count < bucket.capacity) [[likely]] {
                 const auto position =

@@ -188,21 +188,29 @@ struct alignas(16) CollisionList : Counted {
     }
 };
 
-// A pointer to a directory, bucket or list; the low four bits tell which, and how wide.
+// A pointer to a directory, bucket or list; the low four bits tell which.
 using Slot = std::uintptr_t;
 inline constexpr Slot tagMask = 15;
-inline constexpr unsigned bucketTag = 0;  // 1 to 7: a directory of so many bits
-inline constexpr Slot directoryTags = 7;
+// 0 is a bucket, 1 to 7 a directory of so many bits without directories below it.
+inline constexpr Slot directoryBits = 7;
 inline constexpr Slot listTag = 8;
+// A directory that may have directories below it, and therefore all seven bits. Lookups know
+// the index in it before they know the slot.
+inline constexpr Slot innerTag = 15;
+inline constexpr Slot innerOrList = 8;
 
-constexpr unsigned tagOf(Slot slot) noexcept {
-    return static_cast<unsigned>(slot & tagMask);
+constexpr bool isBucket(Slot slot) noexcept {
+    return (slot & tagMask) == 0;
 }
 constexpr bool isList(Slot slot) noexcept {
-    return (slot & listTag) != 0;
+    return (slot & tagMask) == listTag;
 }
 constexpr bool isDirectory(Slot slot) noexcept {
-    return (slot & directoryTags) != 0;
+    return (slot & directoryBits) != 0;
+}
+// Of a directory.
+constexpr unsigned bitsOf(Slot slot) noexcept {
+    return static_cast<unsigned>(slot & directoryBits);
 }
 inline Bucket& bucketOf(Slot slot) noexcept {
     return *reinterpret_cast<Bucket*>(slot);
@@ -212,7 +220,7 @@ inline CollisionList& listOf(Slot slot) noexcept {
 }
 
 // Followed by 2^bits slots. Before it, in reverse, each of them has a copy of the fingerprints
-// of its bucket: zeros for an empty range, anything for a directory or list.
+// of its bucket: zeros for an empty range or a list, anything for a directory.
 struct Directory : Counted {
     std::uint32_t reserved;
 
@@ -227,6 +235,11 @@ inline Directory& directoryOf(Slot slot) noexcept {
     return *reinterpret_cast<Directory*>(slot & ~tagMask);
 }
 
+// Its address is the slot without the tag, which needs no instruction of its own this way.
+inline const Slot* slotsOfInner(Slot slot) noexcept {
+    return reinterpret_cast<const Slot*>(slot - innerTag + sizeof(Directory));
+}
+
 // Empty ranges of each local depth. They are not counted and never written.
 ZIN_EXPORT extern const Bucket emptyBuckets[directoryBitsMax + 1];
 
@@ -237,10 +250,13 @@ inline Slot emptySlot(unsigned depth) noexcept {
 // A bucket or list and where it was found.
 struct Leaf {
     Slot slot;
-    Fingerprints* fingerprints;  // beside its slot; of a root, its own
-    std::uint32_t index;         // of the slot in its directory
-    unsigned bits;               // of that directory; both 0 where the leaf is the root
+    Fingerprints* fingerprintsEnd;  // behind those beside its slot; of a root, its own
+    std::uint32_t index;            // of the slot in its directory
+    unsigned bits;                  // of that directory; both 0 where the leaf is the root
 
+    unsigned matches(std::uint32_t hash) const noexcept {
+        return fingerprintsEnd[-1].matches(hash);
+    }
     // As in Bucket, with the copies. REQUIRES: bucket and directory are owned. (Inlined, or
     // each search before an insertion would have to build this in memory.)
     [[gnu::always_inline]] void adopt(unsigned position, std::uint32_t hash) const noexcept {
@@ -256,7 +272,7 @@ struct Leaf {
     [[gnu::always_inline]] void copiesAre(unsigned position, std::uint8_t fingerprint)
         const noexcept {
         const std::uint32_t length = 1U << (bits - bucketOf(slot).depth);
-        Fingerprints* const copies = fingerprints - (~index & (length - 1));
+        Fingerprints* const copies = fingerprintsEnd - 1 - (~index & (length - 1));
         // Mostly it is one or two; nobody could predict which.
         copies[0].at[position] = fingerprint;
         copies[length - 1].at[position] = fingerprint;
@@ -271,19 +287,36 @@ struct Leaf {
         std::uint8_t fingerprint) noexcept;
 };
 
-// The leaf whose range of hashes contains this one.
+// The leaf whose range of hashes contains this one. The fewer instructions lead from here to
+// the entry, the more searches of a large map does a processor overlap.
 inline Leaf leafOf(Slot root, std::uint32_t hash) noexcept {
-    if (tagOf(root) == bucketTag) return {root, &bucketOf(root).fingerprints, 0, 0};
-    Slot directory = 0;
     Slot slot = root;
-    std::uint64_t shifted = hash;
-    do {
-        directory = slot;
-        shifted = (shifted & 0xffffffff) << tagOf(directory);
-        slot = directoryOf(directory).slots()[shifted >> 32];
-    } while (isDirectory(slot));
-    const auto index = static_cast<std::uint32_t>(shifted >> 32);
-    return {slot, directoryOf(directory).fingerprints(index), index, tagOf(directory)};
+    Slot above = 0;
+    std::size_t index = 0;
+    std::uint32_t left = hash;
+    // A list is never below an inner directory.
+    while ((slot & innerOrList) != 0) {
+        above = slot;
+        index = left >> (hashBits - directoryBitsMax);
+        left <<= directoryBitsMax;
+        slot = slotsOfInner(above)[index];
+    }
+    const auto found = [&](Directory& directory, unsigned bits) -> Leaf {
+        return {
+            slot,
+            directory.fingerprints(index) + 1,
+            static_cast<std::uint32_t>(index),
+            bits};
+    };
+    if (isDirectory(slot)) [[likely]] {
+        const unsigned bits = bitsOf(slot);
+        Directory& last = directoryOf(slot);
+        index = static_cast<std::size_t>(std::uint64_t{left} << bits >> hashBits);
+        slot = last.slots()[index];
+        return found(last, bits);
+    }
+    if (above != 0) return found(directoryOf(above), directoryBitsMax);
+    return {root, &bucketOf(root).fingerprints + 1, 0, 0};
 }
 
 }  // namespace Zin::hashed
