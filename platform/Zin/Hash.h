@@ -78,7 +78,7 @@ requires(std::integral<T> || std::is_enum_v<T>) constexpr std::uint32_t
         word = static_cast<std::uint64_t>(value);
     }
     return static_cast<std::uint32_t>(
-        hashing::mixed(word ^ (std::uint64_t{seed} << 32 | seed) ^ hashing::multiplierB));
+        hashing::mixed(word ^ ((std::uint64_t{seed} << 32 | seed) + hashing::multiplierB)));
 }
 template <std::floating_point T>
 std::uint32_t hashSingleAttr(std::uint32_t seed, T value) noexcept {

@@ -169,6 +169,10 @@ class ZIN_EXPORT HashMap2018 {
 
   private:
     using Ops = HashMap2018Ops<Coll, K>;
+    using KeyArgument = std::conditional_t<
+        std::is_trivially_copyable_v<K> && sizeof(K) <= sizeof(void*),
+        const K,
+        const K&>;
 
     static const Node& nodeAt(const void* entry) noexcept {
         return *static_cast<const Node*>(entry);
@@ -191,11 +195,14 @@ class ZIN_EXPORT HashMap2018 {
                 return &node;
             }
         }
-        if (!hashed::isList(leaf.slot)) [[likely]] {
-            return nullptr;
-        }
-        return static_cast<const Node*>(
-            HashMap2018Generic::lookupInListG(vt_, leaf.slot, &key));
+        return hashed::isList(leaf.slot) ? findInList(leaf.slot, key) : nullptr;
+    }
+    // A small key is taken by value: the address of the caller's would cost each search an
+    // instruction.
+    [[gnu::cold, gnu::noinline]] static const Node* findInList(
+        hashed::Slot list,
+        KeyArgument key) noexcept {
+        return static_cast<const Node*>(HashMap2018Generic::lookupInListG(vt_, list, &key));
     }
 
     template <class... Parts>

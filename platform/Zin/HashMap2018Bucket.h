@@ -107,33 +107,46 @@ constexpr std::uint8_t fingerprintOf(std::uint32_t hash) noexcept {
     return static_cast<std::uint8_t>(low + (low == 0 ? 1 : 0));
 }
 
-// Bit i is set where bytes[i] equals the byte, for 16 bytes at a 16-byte boundary.
-inline unsigned matchingBytes(const std::uint8_t* bytes, std::uint8_t byte) noexcept {
+// Of 16 bytes at a 16-byte boundary, bit i of the results tells of bytes[i].
 #if defined(ZIN_HASHMAP_SSE2)
+inline unsigned equalBytes(const std::uint8_t* bytes, __m128i wanted) noexcept {
     const __m128i all = _mm_load_si128(reinterpret_cast<const __m128i*>(bytes));
-    const __m128i wanted = _mm_set1_epi8(static_cast<char>(byte));
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(all, wanted)));
+}
+inline unsigned zeroBytes(const std::uint8_t* bytes) noexcept {
+    return equalBytes(bytes, _mm_setzero_si128());
+}
+// Which are the fingerprint of the hash. That it is not 0 costs one instruction here.
+inline unsigned fingerprintBytes(const std::uint8_t* bytes, std::uint32_t hash) noexcept {
+    const __m128i low = _mm_set1_epi8(static_cast<char>(hash));
+    return equalBytes(bytes, _mm_max_epu8(low, _mm_set1_epi8(1)));
+}
 #else
-    const auto half = [byte](const std::uint8_t* from) {
+inline unsigned equalBytes(const std::uint8_t* bytes, std::uint8_t wanted) noexcept {
+    const auto half = [wanted](const std::uint8_t* from) {
         constexpr std::uint64_t lowSeven = 0x7f7f7f7f7f7f7f7f;
         std::uint64_t word = 0;  // by shifts: byte 0 comes out lowest on every machine
         for (unsigned i = 0; i < 8; ++i) word |= std::uint64_t{from[i]} << 8 * i;
-        word ^= byte * std::uint64_t{0x0101010101010101};
+        word ^= wanted * std::uint64_t{0x0101010101010101};
         const std::uint64_t zeros = ~(((word & lowSeven) + lowSeven) | word | lowSeven);
         return static_cast<unsigned>((zeros >> 7) * std::uint64_t{0x0102040810204080} >> 56);
     };
     return half(bytes) | half(bytes + 8) << 8;
-#endif
 }
+inline unsigned zeroBytes(const std::uint8_t* bytes) noexcept {
+    return equalBytes(bytes, 0);
+}
+inline unsigned fingerprintBytes(const std::uint8_t* bytes, std::uint32_t hash) noexcept {
+    return equalBytes(bytes, fingerprintOf(hash));
+}
+#endif
 
 // Of the entries of a bucket by their positions. 0 marks a free position; the last byte is
 // always 0.
 struct alignas(16) Fingerprints {
     std::uint8_t at[16];
 
-    unsigned matches(std::uint32_t hash) const noexcept {
-        return matchingBytes(at, fingerprintOf(hash));
-    }
+    unsigned matches(std::uint32_t hash) const noexcept { return fingerprintBytes(at, hash); }
 };
 
 struct alignas(16) Bucket : Counted {
@@ -154,11 +167,9 @@ struct alignas(16) Bucket : Counted {
     const char* entries() const noexcept { return reinterpret_cast<const char*>(this + 1); }
 
     unsigned freePositions() const noexcept {
-        return matchingBytes(fingerprints.at, 0) & ((1U << capacity) - 1);
+        return zeroBytes(fingerprints.at) & ((1U << capacity) - 1);
     }
-    unsigned usedPositions() const noexcept {
-        return ~matchingBytes(fingerprints.at, 0) & 0x7fff;
-    }
+    unsigned usedPositions() const noexcept { return ~zeroBytes(fingerprints.at) & 0x7fff; }
 
     // The entry that was built at a free position becomes a member, with no place in the order
     // yet.
@@ -191,12 +202,12 @@ struct alignas(16) CollisionList : Counted {
 // A pointer to a directory, bucket or list; the low four bits tell which.
 using Slot = std::uintptr_t;
 inline constexpr Slot tagMask = 15;
-// 0 is a bucket, 1 to 7 a directory of so many bits without directories below it.
-inline constexpr Slot directoryBits = 7;
+// 0 is a bucket, 1 to 7 a directory without directories below it, of eight bits less so many.
+inline constexpr Slot directoryTags = 7;
 inline constexpr Slot listTag = 8;
 // A directory that may have directories below it, and therefore all seven bits. Lookups know
 // the index in it before they know the slot.
-inline constexpr Slot innerTag = 15;
+inline constexpr Slot innerTag = 9;
 inline constexpr Slot innerOrList = 8;
 
 constexpr bool isBucket(Slot slot) noexcept {
@@ -206,11 +217,19 @@ constexpr bool isList(Slot slot) noexcept {
     return (slot & tagMask) == listTag;
 }
 constexpr bool isDirectory(Slot slot) noexcept {
-    return (slot & directoryBits) != 0;
+    return (slot & directoryTags) != 0;
 }
 // Of a directory.
 constexpr unsigned bitsOf(Slot slot) noexcept {
-    return static_cast<unsigned>(slot & directoryBits);
+    return 8 - static_cast<unsigned>(slot & directoryTags);
+}
+constexpr Slot directoryTag(unsigned bits) noexcept {
+    return 8 - bits;
+}
+// By how much a hash is to be shifted for the index in it: 32 less its bits, which takes but
+// one instruction where shifts ignore all but the low five bits.
+constexpr unsigned shiftOf(Slot slot) noexcept {
+    return static_cast<unsigned>(slot | 24) & 31;
 }
 inline Bucket& bucketOf(Slot slot) noexcept {
     return *reinterpret_cast<Bucket*>(slot);
@@ -292,7 +311,7 @@ struct Leaf {
 inline Leaf leafOf(Slot root, std::uint32_t hash) noexcept {
     Slot slot = root;
     Slot above = 0;
-    std::size_t index = 0;
+    std::uint32_t index = 0;
     std::uint32_t left = hash;
     // A list is never below an inner directory.
     while ((slot & innerOrList) != 0) {
@@ -301,22 +320,14 @@ inline Leaf leafOf(Slot root, std::uint32_t hash) noexcept {
         left <<= directoryBitsMax;
         slot = slotsOfInner(above)[index];
     }
-    const auto found = [&](Directory& directory, unsigned bits) -> Leaf {
-        return {
-            slot,
-            directory.fingerprints(index) + 1,
-            static_cast<std::uint32_t>(index),
-            bits};
-    };
     if (isDirectory(slot)) [[likely]] {
         const unsigned bits = bitsOf(slot);
         Directory& last = directoryOf(slot);
-        index = static_cast<std::size_t>(std::uint64_t{left} << bits >> hashBits);
-        slot = last.slots()[index];
-        return found(last, bits);
+        index = left >> shiftOf(slot);
+        return {last.slots()[index], last.fingerprints(index) + 1, index, bits};
     }
-    if (above != 0) return found(directoryOf(above), directoryBitsMax);
-    return {root, &bucketOf(root).fingerprints + 1, 0, 0};
+    if (above == 0) return {root, &bucketOf(root).fingerprints + 1, 0, 0};
+    return {slot, directoryOf(above).fingerprints(index) + 1, index, directoryBitsMax};
 }
 
 }  // namespace Zin::hashed

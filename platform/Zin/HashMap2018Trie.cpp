@@ -137,7 +137,9 @@ class Refinement {
     }
 
   private:
-    void take(unsigned bits) { taken_[count_++] = slotOf(newDirectory(vt_, bits), bits); }
+    void take(unsigned bits) {
+        taken_[count_++] = slotOf(newDirectory(vt_, bits), directoryTag(bits));
+    }
     void giveBack() noexcept {
         while (used_ < count_) freeDirectory(vt_, taken_[used_++]);
     }
@@ -171,7 +173,7 @@ void narrowDirectory(const VTable& vt, Slot& holder) noexcept {
         if (from[i] != from[i + 1] || from[i] != from[i + 2] || from[i] != from[i + 3]) return;
     }
     try {
-        const Slot narrower = slotOf(newDirectory(vt, bits - 1), bits - 1);
+        const Slot narrower = slotOf(newDirectory(vt, bits - 1), directoryTag(bits - 1));
         copySlots(narrower, holder);
         freeDirectory(vt, holder);
         holder = narrower;
