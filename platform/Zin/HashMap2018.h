@@ -169,15 +169,11 @@ class ZIN_EXPORT HashMap2018 {
 
   private:
     using Ops = HashMap2018Ops<Coll, K>;
-    using KeyArgument = std::conditional_t<
-        std::is_trivially_copyable_v<K> && sizeof(K) <= sizeof(void*),
-        const K,
-        const K&>;
 
     static const Node& nodeAt(const void* entry) noexcept {
         return *static_cast<const Node*>(entry);
     }
-    // Of the lowest position in a mask. In 32 bits, which needs no sign extension.
+    // Of the lowest position in a mask; in 32 bits, which needs no sign extension.
     static unsigned offsetOf(unsigned positions) noexcept {
         return static_cast<unsigned>(std::countr_zero(positions)) *
                static_cast<unsigned>(sizeof(Node));
@@ -197,11 +193,9 @@ class ZIN_EXPORT HashMap2018 {
         }
         return hashed::isList(leaf.slot) ? findInList(leaf.slot, key) : nullptr;
     }
-    // A small key is taken by value: the address of the caller's would cost each search an
-    // instruction.
     [[gnu::cold, gnu::noinline]] static const Node* findInList(
         hashed::Slot list,
-        KeyArgument key) noexcept {
+        typename Ops::SmallKey key) noexcept {
         return static_cast<const Node*>(HashMap2018Generic::lookupInListG(vt_, list, &key));
     }
 

@@ -202,11 +202,11 @@ struct alignas(16) CollisionList : Counted {
 // A pointer to a directory, bucket or list; the low four bits tell which.
 using Slot = std::uintptr_t;
 inline constexpr Slot tagMask = 15;
-// 0 is a bucket, 1 to 7 a directory without directories below it, of eight bits less so many.
+// 0 is a bucket; 1 to 7 a directory without directories below it, of 8 bits less so many.
 inline constexpr Slot directoryTags = 7;
 inline constexpr Slot listTag = 8;
-// A directory that may have directories below it, and therefore all seven bits. Lookups know
-// the index in it before they know the slot.
+// A directory that may have directories below it, and therefore all seven bits: a lookup shifts
+// by a constant there. It keeps the tag when the last one below it goes.
 inline constexpr Slot innerTag = 9;
 inline constexpr Slot innerOrList = 8;
 
@@ -221,15 +221,15 @@ constexpr bool isDirectory(Slot slot) noexcept {
 }
 // Of a directory.
 constexpr unsigned bitsOf(Slot slot) noexcept {
-    return 8 - static_cast<unsigned>(slot & directoryTags);
+    return directoryBitsMax + 1 - static_cast<unsigned>(slot & directoryTags);
 }
 constexpr Slot directoryTag(unsigned bits) noexcept {
-    return 8 - bits;
+    return directoryBitsMax + 1 - bits;
 }
-// By how much a hash is to be shifted for the index in it: 32 less its bits, which takes but
-// one instruction where shifts ignore all but the low five bits.
+// By how much a hash is shifted for the index in it: 32 less its bits, which is 24 more than
+// the tag. REQUIRES: not an inner one.
 constexpr unsigned shiftOf(Slot slot) noexcept {
-    return static_cast<unsigned>(slot | 24) & 31;
+    return static_cast<unsigned>(slot & directoryTags) | (hashBits - directoryBitsMax - 1);
 }
 inline Bucket& bucketOf(Slot slot) noexcept {
     return *reinterpret_cast<Bucket*>(slot);
