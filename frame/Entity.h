@@ -257,12 +257,24 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         notifieeList_.visit(id, key);
     }
 
-    void deleteChildren() {
+    // What reactors throw has nobody left to reach, and keeps no other child from being
+    // deleted.
+    void deleteChildren() noexcept {
         entitySchemaOf<T>.forEach([&]<class A>(const A&) {
             if constexpr (A::kind == AttributeKind::instantiating) {
-                this->template childrenDelAll<A::member>();
+                auto& collection = self().*A::member;
+                for (auto it = collection.iterator(); it; ++it) {
+                    try {
+                        this->template childDel<A::member>(it.key());
+                    } catch (...) {
+                        if (collection.has(it.key())) throw;
+                    }
+                }
             } else if constexpr (A::kind == AttributeKind::singleton) {
-                this->template singletonDel<A::member>();
+                try {
+                    this->template singletonDel<A::member>();
+                } catch (...) {
+                }
             }
         });
     }
