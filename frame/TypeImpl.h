@@ -191,6 +191,10 @@ struct EntityTypeInfoOf {
         .freeResyncState = &Zin::TypeImpl<T>::freeResyncState,
         .doHandleAttrTransaction = &Zin::TypeImpl<T>::doHandleAttrTransaction,
         .doHandleAttrDeserialization = &Zin::TypeImpl<T>::doHandleAttrDeserialization,
+        .dumpState =
+            [](const Zin::Entity& entity,
+               const Quib::DumpContextPtr& context,
+               unsigned indent) { static_cast<const T&>(entity).dumpState(context, indent); },
     };
 };
 
