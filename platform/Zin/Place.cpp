@@ -43,8 +43,15 @@ std::pair<String, std::size_t> doubleQuoted(std::string_view text) {
     std::size_t at = 1;
     while (at < text.size() && text[at] != '"') {
         const std::string_view piece = text.substr(at, text[at] == '\\' ? 2 : 1);
-        single += piece == "\\\"" ? "\"" : piece == "'" ? "\\'" : piece;
-        origin.resize(single.size(), at);
+        if (piece == "'") {
+            single += '\\';
+            origin.push_back(at);
+        }
+        const std::size_t skipped = piece == "\\\"" ? 1 : 0;
+        for (std::size_t i = skipped; i < piece.size(); ++i) {
+            single += piece[i];
+            origin.push_back(at + i);
+        }
         at += piece.size();
     }
     origin.push_back(at);
