@@ -72,6 +72,14 @@ TextException::TextException(const TextException& inside, std::string_view field
       field_(dotted(fieldName, inside.field_)),
       expectation_(inside.expectation_) {}
 
+TextException::TextException(const TextException& inside, std::size_t position)
+    : Exception(
+          (inside.field_.empty() ? "" : "field '" + inside.field_ + "' ") + "at position " +
+          std::to_string(position) + ": expected " + inside.expectation_),
+      position_(position),
+      field_(inside.field_),
+      expectation_(inside.expectation_) {}
+
 void GenericIfImpl::throwUnhashableException(const ZinTypeBase& type) {
     throw UnhashableException(std::string(type.name()) + " has no hash");
 }

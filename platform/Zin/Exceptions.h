@@ -81,6 +81,8 @@ class ZIN_EXPORT TextException : public Exception {
     TextException(std::size_t position, std::string_view expected, std::string_view found);
     // The same, met while the field of that name was read.
     TextException(const TextException& inside, std::string_view fieldName);
+    // The same, where that text is a piece of a longer one: at this position there.
+    TextException(const TextException& inside, std::size_t position);
     ~TextException() override;
 
     std::size_t position() const noexcept { return position_; }
