@@ -56,12 +56,12 @@ TypeTable::TypeTable(std::span<const std::uint8_t> bytes) noexcept : bytes_(byte
         [](std::size_t at, std::uint32_t count, std::size_t size, std::size_t end) {
             return at <= end && count <= (end - at) / size;
         };
-    const bool sound =
-        referencesAt_ >= headerSize && fits(referencesAt_, references, 2, typesAt_) &&
-        fits(typesAt_, types, typeSize, recordsAt_) &&
-        fits(recordsAt_, records, recordSize, typeNamesAt_) &&
-        typeNamesAt_ <= attributeNamesAt_ && attributeNamesAt_ < bytes.size() &&
-        bytes[attributeNamesAt_] == 0;
+    const bool sound = referencesAt_ >= headerSize &&
+                       fits(referencesAt_, references, 2, typesAt_) &&
+                       fits(typesAt_, types, typeSize, recordsAt_) &&
+                       fits(recordsAt_, records, recordSize, typeNamesAt_) &&
+                       typeNamesAt_ <= attributeNamesAt_ && attributeNamesAt_ < bytes.size() &&
+                       bytes[attributeNamesAt_] == 0;
     if (!sound) return;
     types_ = types;
     records_ = records;

@@ -417,7 +417,8 @@ class Fingerprint {
 
 // Aligned like the pools inside of it.
 template <const auto& types>
-alignas(typeTable::poolAlignment) inline constexpr auto compiledTypeTable = typeTable::Builder<types>::bytes();
+alignas(typeTable::poolAlignment) inline constexpr auto compiledTypeTable =
+    typeTable::Builder<types>::bytes();
 
 consteval std::uint64_t fingerprintOf(std::span<const TypeInfo> types) {
     typeTable::Fingerprint fingerprint;
