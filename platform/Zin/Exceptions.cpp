@@ -28,6 +28,7 @@ Exception::~Exception() = default;
 NewEntityArgsException::~NewEntityArgsException() = default;
 MutatorReinstantiatingException::~MutatorReinstantiatingException() = default;
 RangeException::~RangeException() = default;
+TextRangeException::~TextRangeException() = default;
 WriteUpdateFromReadOnlyProxyException::~WriteUpdateFromReadOnlyProxyException() = default;
 NullPointerException::~NullPointerException() = default;
 UnhashableException::~UnhashableException() = default;
@@ -36,6 +37,22 @@ TextException::~TextException() = default;
 
 NewEntityArgsException::NewEntityArgsException(const ZinTypeBase& type)
     : Exception(std::string(type.name()) + " takes no constructor arguments beyond its name") {}
+
+TextRangeException::TextRangeException(
+    std::size_t position,
+    std::string_view fieldName,
+    std::string_view reason)
+    : RangeException(
+          "field '" + std::string(fieldName) + "' at position " + std::to_string(position) +
+          ": " + std::string(reason)),
+      position_(position),
+      field_(fieldName),
+      reason_(reason) {}
+
+TextRangeException::TextRangeException(
+    const TextRangeException& inside,
+    std::string_view fieldName)
+    : TextRangeException(inside.position_, dotted(fieldName, inside.field_), inside.reason_) {}
 
 TextException::TextException(
     std::size_t position,
@@ -53,6 +70,14 @@ TextException::TextException(const TextException& inside, std::string_view field
           std::to_string(inside.position_) + ": expected " + inside.expectation_),
       position_(inside.position_),
       field_(dotted(fieldName, inside.field_)),
+      expectation_(inside.expectation_) {}
+
+TextException::TextException(const TextException& inside, std::size_t position)
+    : Exception(
+          (inside.field_.empty() ? "" : "field '" + inside.field_ + "' ") + "at position " +
+          std::to_string(position) + ": expected " + inside.expectation_),
+      position_(position),
+      field_(inside.field_),
       expectation_(inside.expectation_) {}
 
 void GenericIfImpl::throwUnhashableException(const ZinTypeBase& type) {
