@@ -1,0 +1,132 @@
+#include "corra/StrictJson.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "corra/StateError.h"
+
+namespace corra {
+
+namespace {
+
+using nlohmann::json;
+
+// "[...] parse error at ...: syntax error while parsing value - unexpected ']'; last read: ...;
+// expected ...", of which the place and what was read are left out: the text may be long, and
+// no UTF-8.
+std::string problemOf(std::string_view message) {
+    const auto between = [&](std::string_view before, std::string_view after) {
+        const std::size_t found = message.find(before);
+        if (found == message.npos) return std::string();
+        const std::string_view rest = message.substr(found + before.size());
+        return std::string(rest.substr(0, rest.find(after)));
+    };
+    if (message.find("number overflow") != message.npos) return "number too large";
+    const std::string problem = between(" - ", "; ");
+    const std::string expected = between("; expected ", "; ");
+    return (problem.empty() ? "no JSON" : problem) +
+           (expected.empty() ? "" : ", expected " + expected);
+}
+
+// Builds the document from the parser's events. It knows where it is at any time.
+class Builder {
+  public:
+    explicit Builder(std::string_view text, std::string_view file) : text_(text), file_(file) {}
+
+    json take() { return std::move(document_); }
+
+    bool null() { return add(nullptr); }
+    bool boolean(bool value) { return add(value); }
+    bool number_integer(std::int64_t value) { return add(value); }
+    bool number_unsigned(std::uint64_t value) { return add(value); }
+    bool number_float(double value, const std::string&) { return add(value); }
+    bool string(std::string& value) { return add(std::move(value)); }
+    bool binary(json::binary_t&) { return false; }
+
+    bool start_object(std::size_t) { return open(json::object()); }
+    bool key(std::string& name) {
+        Open& object = open_.back();
+        object.name = name;
+        if (object.container->contains(name)) fail("expected each name once, found it again");
+        return true;
+    }
+    bool end_object() { return close(); }
+    bool start_array(std::size_t) { return open(json::array()); }
+    bool end_array() { return close(); }
+
+    [[noreturn]] bool
+    parse_error(std::size_t position, const std::string&, const json::exception& error) {
+        const std::string_view before =
+            text_.substr(0, std::min(position > 0 ? position - 1 : 0, text_.size()));
+        const auto lines = std::count(before.begin(), before.end(), '\n');
+        const std::size_t lineStart = before.rfind('\n') + 1;
+        throw StateError(
+            file_,
+            static_cast<std::size_t>(lines) + 1,
+            before.size() - lineStart + 1,
+            problemOf(error.what()));
+    }
+
+  private:
+    struct Open {
+        json* container;
+        // Of the member that is read, in an object.
+        std::string name;
+    };
+
+    json* place(json value) {
+        if (open_.empty()) return &(document_ = std::move(value));
+        Open& around = open_.back();
+        if (around.container->is_array()) {
+            around.container->push_back(std::move(value));
+            return &around.container->back();
+        }
+        return &((*around.container)[around.name] = std::move(value));
+    }
+    bool add(json value) {
+        place(std::move(value));
+        return true;
+    }
+    bool open(json container) {
+        json* const placed = place(std::move(container));
+        if (open_.size() == maxJsonDepth) {
+            fail(
+                "expected at most " + std::to_string(maxJsonDepth) +
+                " objects and arrays inside of each other, found one more");
+        }
+        open_.push_back({placed, {}});
+        return true;
+    }
+    bool close() {
+        open_.pop_back();
+        return true;
+    }
+
+    [[noreturn]] void fail(const std::string& problem) const {
+        std::string pointer;
+        for (const Open& around : open_) {
+            const bool isArray = around.container->is_array();
+            pointer += '/' + (isArray ? std::to_string(around.container->size() - 1)
+                                      : pointerToken(around.name));
+        }
+        throw StateError(file_, pointer, problem);
+    }
+
+    std::string_view text_;
+    std::string_view file_;
+    json document_;
+    std::vector<Open> open_;
+};
+
+}  // namespace
+
+json parseStrictJson(std::string_view text, std::string_view file) {
+    Builder builder(text, file);
+    json::sax_parse(text, &builder);
+    return builder.take();
+}
+
+}  // namespace corra
