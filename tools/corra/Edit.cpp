@@ -22,8 +22,12 @@ void commit(
     bool quiet) {
     const std::vector<Fact> asked = facts();
     if (asked == before) return;
-    source.commit();
-    const std::vector<Fact> now = facts();
+    std::vector<Fact> now;
+    source.commit([&] {
+        now = facts();
+        return now == asked;
+    });
+    if (source.kind() == Source::Kind::stateFile) now = asked;
     if (now != asked) {
         std::string text = source.place() + ": the owner holds something else now:";
         for (const Change& change : differences(asked, now)) text += "\n  " + textOf(change);

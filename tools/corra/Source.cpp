@@ -16,6 +16,8 @@ namespace corra {
 
 namespace {
 
+constexpr int mostRounds = 8;
+
 bool isMadeLike(const Zin::Entity& a, const Zin::Entity& b) {
     return a.fwkType() == b.fwkType() && a.name() == b.name() &&
            constructorArgumentsOf(a) == constructorArgumentsOf(b);
@@ -65,9 +67,14 @@ void Source::requireWritable(const Zin::String& root) const {
     }
 }
 
-void Source::commit() {
-    if (live_) return live_->settle();
-    writeFileAtomically(place_, stateText(roots_));
+void Source::commit(const std::function<bool()>& isDone) {
+    if (!live_) return writeFileAtomically(place_, stateText(roots_));
+    // What a new child holds goes to its owner when that has named the child: a round for each
+    // level of children.
+    for (int round = 0; round < mostRounds; ++round) {
+        live_->settle();
+        if (isDone()) return;
+    }
 }
 
 void Source::reload() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -38,9 +39,10 @@ class Source {
 
     // Throws std::runtime_error when what lies under that root cannot be changed here.
     void requireWritable(const Zin::String& root) const;
-    // Brings what was changed in the trees to where they are from. When it throws for a file,
-    // that is as it was.
-    void commit();
+    // Brings what was changed in the trees to where they are from. A live owner is given time
+    // until it holds what makes `isDone` true; then, or when it does not come to that, the trees
+    // are what it holds. When it throws for a file, that is as it was.
+    void commit(const std::function<bool()>& isDone);
     // Loads the trees again: those that stand under their name and type already are updated.
     // Not for a live owner. Nothing has changed when it throws.
     void reload();
