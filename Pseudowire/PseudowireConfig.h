@@ -8,6 +8,7 @@
 #include "Pseudowire/Connector.h"
 #include "Pseudowire/ConnectorKey.h"
 #include "Pseudowire/Patch.h"
+#include "Pseudowire/Strep.h"
 #include "Pseudowire/TimeRange.h"
 #include "Routing/Rib/ResolutionRibProfileConfig.h"
 #include "Zin/Enum.h"
@@ -30,8 +31,6 @@ consteval auto enumeration(GroupIdAllocation) {
         "Pseudowire::GroupIdAllocation",
         {{byPort, "byPort"}, {byPseudowire, "byPseudowire"}, {manual, "manual"}});
 }
-
-using Zin::stringValue;
 
 // The enumerator of that number, or of that name; throws Zin::RangeException when there is
 // none.

@@ -19,6 +19,7 @@
 #include "Zin/HashMap2018.h"
 #include "Zin/ValueInfoOf.h"
 #include "frame/Attribute.h"
+#include "frame/Dump.h"
 
 namespace frame {
 
@@ -56,7 +57,8 @@ template <class T, class A>
 struct GenericIfOf;
 
 // The base of an entity type T that is made with a name. A type with further constructor
-// parameters hides ConstructorArguments and constructorArguments().
+// parameters hides ConstructorArguments and constructorArguments(); one with a dump of its own
+// hides dumpState().
 template <class T>
 class ZIN_EXPORT EntityOf : public Zin::Entity {
   public:
@@ -68,6 +70,12 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
     Zin::String name() const override { return name_; }
     const Zin::String& entityName() const noexcept { return name_; }
     ConstructorArguments constructorArguments() const { return {name_}; }
+
+    static constexpr DumpStyle dumpStyle = DumpStyle::plain;
+    // Prints the entity and all below it (frame/Dump.h).
+    void dumpState(const Quib::DumpContextPtr& context, unsigned indent) const {
+        dumpBySchema(*this, T::dumpStyle, context, indent);
+    }
 
     Zin::ZinTypeBase fwkType() const final {
         return {entitySchemaOf<T>.module, entitySchemaOf<T>.index};
@@ -257,12 +265,24 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         notifieeList_.visit(id, key);
     }
 
-    void deleteChildren() {
+    // What reactors throw has nobody left to reach, and keeps no other child from being
+    // deleted.
+    void deleteChildren() noexcept {
         entitySchemaOf<T>.forEach([&]<class A>(const A&) {
             if constexpr (A::kind == AttributeKind::instantiating) {
-                this->template childrenDelAll<A::member>();
+                auto& collection = self().*A::member;
+                for (auto it = collection.iterator(); it; ++it) {
+                    try {
+                        this->template childDel<A::member>(it.key());
+                    } catch (...) {
+                        if (collection.has(it.key())) throw;
+                    }
+                }
             } else if constexpr (A::kind == AttributeKind::singleton) {
-                this->template singletonDel<A::member>();
+                try {
+                    this->template singletonDel<A::member>();
+                } catch (...) {
+                }
             }
         });
     }

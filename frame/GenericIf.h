@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <string>
 #include <tuple>
@@ -27,6 +28,25 @@ Zin::MemberRef memberRef(const Node* node) {
         return {true, &node->value(), nullptr};
     }
 }
+
+namespace detail {
+
+// What a function of an entity gives that needs no arguments; void when it gives nothing.
+template <class Function, class Owner>
+struct Returned {
+    using Type = void;
+};
+template <class Function, class Owner>
+requires std::is_invocable_v<Function, const Owner&>
+struct Returned<Function, Owner> {
+    using Type = std::remove_cvref_t<std::invoke_result_t<Function, const Owner&>>;
+};
+
+}  // namespace detail
+
+template <auto function>
+using ReturnedBy =
+    typename detail::Returned<decltype(function), describe::OwnerOf<function>>::Type;
 
 template <class T, class A>
 struct GenericIfOf {
@@ -65,14 +85,14 @@ struct GenericIfOf {
     }
 
     static Status call(void* result, const T& entity, Op op) {
-        if constexpr (std::is_invocable_v<decltype(A::function), const T&>) {
-            if (op != Op::get) return Status::unsupported;
-            using Returned = std::invoke_result_t<decltype(A::function), const T&>;
-            slot<std::remove_cvref_t<Returned>>(result) = (entity.*A::function)();
-            return Status::done;
-        } else {
-            return Status::unsupported;
+        using Returned = ReturnedBy<A::function>;
+        if constexpr (!std::is_void_v<Returned>) {
+            if (op == Op::get) {
+                slot<Returned>(result) = (entity.*A::function)();
+                return Status::done;
+            }
         }
+        return Status::unsupported;
     }
 
     static Status onSingle(void* result, T& entity, Op op, const void* value) {
@@ -160,6 +180,11 @@ struct GenericIfOf {
         using V = typename A::Value;
         using Key = typename V::Key;
         if constexpr (InstantiatingCollection<V>) {
+            using Name = std::tuple_element_t<0, typename ChildOf<V>::ConstructorArguments>;
+            static_assert(
+                std::same_as<Key, Name>,
+                "Children are kept under the constructor argument that they are made with "
+                "first.");
             makeChild<ChildOf<V>>(key, value, [&](const auto&... arguments) {
                 entity.template childIs<A::member>(arguments...);
             });

@@ -8,18 +8,12 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "Zin/GenericIfImpl.h"
 #include "Zin/Module.h"
 #include "Zin/ValueInfoOf.h"
 #include "frame/AttributeLog.h"
 #include "frame/Entity.h"
 #include "frame/GenericIf.h"
-
-namespace Zin {
-
-template <class T>
-struct TypeImpl;
-
-}  // namespace Zin
 
 namespace frame {
 
@@ -78,18 +72,6 @@ consteval std::string_view keyFieldOf() {
     return name;
 }
 
-template <auto function>
-consteval const Zin::ValueInfo* returnedBy() {
-    using Owner = describe::OwnerOf<function>;
-    if constexpr (std::is_invocable_v<decltype(function), const Owner&>) {
-        using Returned = std::invoke_result_t<decltype(function), const Owner&>;
-        if constexpr (!std::is_void_v<Returned>) {
-            return &Zin::valueInfo<std::remove_cvref_t<Returned>>;
-        }
-    }
-    return nullptr;
-}
-
 template <class T, class A>
 consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
     Zin::AttributeInfo info{};
@@ -125,7 +107,9 @@ consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
             };
         }
     }
-    if constexpr (!A::stored) info.value = returnedBy<A::function>();
+    if constexpr (!A::stored) {
+        info.value = Zin::detail::valueInfoOrNull<ReturnedBy<A::function>>();
+    }
     info.operate = &GenericIfOf<T, A>::operate;
     if constexpr (A::streamed) {
         using Log = AttributeLogOf<T, A>;
@@ -191,6 +175,10 @@ struct EntityTypeInfoOf {
         .freeResyncState = &Zin::TypeImpl<T>::freeResyncState,
         .doHandleAttrTransaction = &Zin::TypeImpl<T>::doHandleAttrTransaction,
         .doHandleAttrDeserialization = &Zin::TypeImpl<T>::doHandleAttrDeserialization,
+        .dumpState =
+            [](const Zin::Entity& entity,
+               const Quib::DumpContextPtr& context,
+               unsigned indent) { static_cast<const T&>(entity).dumpState(context, indent); },
     };
 };
 

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Bridging/VlanId.h"
+#include "Bridging/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "Bridging/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"

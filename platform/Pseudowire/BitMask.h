@@ -14,6 +14,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "Pseudowire/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"

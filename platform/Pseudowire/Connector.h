@@ -19,6 +19,7 @@
 #include "Pseudowire/QosMap.h"
 #include "Pseudowire/Vccv.h"
 #include "Quib/Tristate.h"
+#include "Pseudowire/Strep.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
 

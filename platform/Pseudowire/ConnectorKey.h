@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "Vorn/IntfId.h"
+#include "Pseudowire/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"

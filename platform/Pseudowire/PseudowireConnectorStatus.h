@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "Pseudowire/Strep.h"
 #include "Zin/Enum.h"
 
 namespace Pseudowire {

@@ -10,6 +10,7 @@
 
 #include "Pseudowire/PseudowireId.h"
 #include "Vorn/IpGenAddr.h"
+#include "Pseudowire/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "Pseudowire/Strep.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"
 

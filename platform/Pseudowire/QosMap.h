@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "Pseudowire/Strep.h"
 #include "Zin/Enum.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"

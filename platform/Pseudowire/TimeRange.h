@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Pseudowire/Strep.h"
 #include "Zin/Value.h"
 
 namespace Pseudowire {

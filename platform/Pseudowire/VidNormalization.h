@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "Pseudowire/Strep.h"
 #include "Zin/Enum.h"
 
 namespace Pseudowire::Fxc {

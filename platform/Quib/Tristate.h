@@ -12,9 +12,10 @@
 #include <string_view>
 #include <type_traits>
 
-#include "Zin/TextReader.h"
+#include "Quib/Strep.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Zin::NboAttrLog {

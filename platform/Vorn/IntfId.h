@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "Vorn/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "Vorn/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"

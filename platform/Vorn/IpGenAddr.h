@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "Vorn/Ip6Addr.h"
+#include "Vorn/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "Vorn/Strep.h"
 #include "Zin/TextReader.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"

@@ -1,5 +1,5 @@
-// The types that every module may refer to: they have handles like all others, and no place in
-// a type table.
+// The types that every module may refer to by a number (Zin/TypeTable.h): they have handles like
+// all others.
 
 #include <cstdint>
 

@@ -28,6 +28,7 @@ Exception::~Exception() = default;
 NewEntityArgsException::~NewEntityArgsException() = default;
 MutatorReinstantiatingException::~MutatorReinstantiatingException() = default;
 RangeException::~RangeException() = default;
+TextRangeException::~TextRangeException() = default;
 WriteUpdateFromReadOnlyProxyException::~WriteUpdateFromReadOnlyProxyException() = default;
 NullPointerException::~NullPointerException() = default;
 UnhashableException::~UnhashableException() = default;
@@ -36,6 +37,22 @@ TextException::~TextException() = default;
 
 NewEntityArgsException::NewEntityArgsException(const ZinTypeBase& type)
     : Exception(std::string(type.name()) + " takes no constructor arguments beyond its name") {}
+
+TextRangeException::TextRangeException(
+    std::size_t position,
+    std::string_view fieldName,
+    std::string_view reason)
+    : RangeException(
+          "field '" + std::string(fieldName) + "' at position " + std::to_string(position) +
+          ": " + std::string(reason)),
+      position_(position),
+      field_(fieldName),
+      reason_(reason) {}
+
+TextRangeException::TextRangeException(
+    const TextRangeException& inside,
+    std::string_view fieldName)
+    : TextRangeException(inside.position_, dotted(fieldName, inside.field_), inside.reason_) {}
 
 TextException::TextException(
     std::size_t position,

@@ -45,6 +45,28 @@ class ZIN_EXPORT RangeException : public Exception {
     ~RangeException() override;
 };
 
+// A number that was read from a text lies outside of what the type of its field allows.
+class ZIN_EXPORT TextRangeException : public RangeException {
+  public:
+    // The position is that at which the field begins, in bytes from the start of the text.
+    TextRangeException(
+        std::size_t position,
+        std::string_view fieldName,
+        std::string_view reason);
+    // The same, met while the field of that name was read.
+    TextRangeException(const TextRangeException& inside, std::string_view fieldName);
+    ~TextRangeException() override;
+
+    std::size_t position() const noexcept { return position_; }
+    // With dots where values lie inside of values.
+    const std::string& field() const noexcept { return field_; }
+
+  private:
+    std::size_t position_;
+    std::string field_;
+    std::string reason_;
+};
+
 // A proxy of an entity was written although its owner keeps writing to itself.
 class ZIN_EXPORT WriteUpdateFromReadOnlyProxyException : public Exception {
   public:

@@ -1,5 +1,6 @@
 #include "Zin/GenericIf.h"
 
+#include <memory>
 #include <string>
 
 #include "Zin/Exceptions.h"
@@ -8,9 +9,13 @@
 namespace Zin {
 
 AttributeId ZinAttrBase::attributeId() const noexcept {
-    const TypeTable table(module_ ? module_->typeTable : std::span<const std::uint8_t>());
+    if (!module_) return 0;
+    const TypeTable table(module_->typeTable);
+    const auto owner = table.type(type().index);
     const auto found = table.record(record());
-    return found ? found->id : 0;
+    const bool isOwn = owner && found && record() >= owner->firstRecord &&
+                       record() - owner->firstRecord < owner->records;
+    return isOwn ? found->id : 0;
 }
 
 ZinAttr ZinAttr::of(const ZinTypeBase& type, AttributeId id) noexcept {
@@ -29,15 +34,65 @@ const AttributeInfo* attributeOf(const EntityTypeInfo& type, const ZinAttr& attr
     return own ? type.attribute(attr.attributeId()) : nullptr;
 }
 
-// The collection that an attribute is, whatever type it belongs to.
-const IteratorOps* iteratorOpsOf(const ZinAttr& attr) noexcept {
-    const EntityTypeInfo* const type = attr.type().info();
-    const AttributeInfo* const attribute = type ? attributeOf(*type, attr) : nullptr;
-    return attribute ? attribute->iteratorOps : nullptr;
-}
-
 [[noreturn]] void throwNull(const EntityTypeInfo& type, const std::string& what) {
     throw NullPointerException(std::string(type.name) + ": " + what);
+}
+
+void requireEntity(const EntityTypeInfo& type, const Entity* object) {
+    if (!object) throwNull(type, "no entity was given");
+    if (!object->fwkType().isDerived(type.handle)) {
+        GenericIfImpl::throwTypeException(object->fwkType(), type.handle);
+    }
+}
+
+// What an untyped iterator points at.
+class Walk {
+  public:
+    Walk(const ZinAttr& attr, const IteratorOps& ops, Entity& entity)
+        : attr_(attr), entity_(&entity), ops_(ops), iterator_(ops.make(entity)) {}
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
+    // The iterator goes first: it looks into the entity.
+    ~Walk() { ops_.del(iterator_); }
+
+    bool isOver(const ZinAttr& attr) const { return attr_ == attr; }
+    bool nonnull() const { return ops_.nonnull(iterator_); }
+    void inc() { ops_.inc(iterator_); }
+    void key(void* out) const { ops_.key(iterator_, out); }
+    MemberRef obj() const { return ops_.obj(iterator_); }
+
+  private:
+    const ZinAttr attr_;
+    const Ptr<Entity> entity_;
+    const IteratorOps& ops_;
+    void* const iterator_;
+};
+
+std::string described(const ZinAttr& attr) {
+    return std::string(attr.type().name()) + ", attribute " +
+           std::to_string(attr.attributeId());
+}
+
+const Walk& walkOf(const ZinAttr& attr, const void* iterator) {
+    const auto* const walk = static_cast<const Walk*>(iterator);
+    if (!walk) throw NullPointerException(described(attr) + ": no iterator was given");
+    if (!walk->isOver(attr)) {
+        throw TypeException(described(attr) + ": the iterator is over another attribute");
+    }
+    return *walk;
+}
+
+// The walk, when it stands on an element.
+const Walk& elementOf(const ZinAttr& attr, const void* iterator) {
+    const Walk& walk = walkOf(attr, iterator);
+    if (!walk.nonnull()) {
+        throw Exception(described(attr) + ": the iterator is behind the last element");
+    }
+    return walk;
+}
+
+void requirePlace(const ZinAttr& attr, const void* out) {
+    if (!out) throw NullPointerException(described(attr) + ": no place for the result");
 }
 
 }  // namespace
@@ -52,7 +107,7 @@ Status attributeOp(
     const void* value) {
     const AttributeInfo* const attribute = attributeOf(type, attr);
     if (!attribute) return Status::unknownAttribute;
-    if (!object) throwNull(type, "no entity to operate on");
+    requireEntity(type, object);
     return attribute->operate(result, *object, op, key, value);
 }
 
@@ -63,36 +118,38 @@ void* iterator(
     const TypeIteratorOps** ops) {
     const AttributeInfo* const attribute = attributeOf(type, attr);
     if (!attribute || !attribute->iteratorOps) return nullptr;
-    if (!object || !ops) throwNull(type, "no entity to walk, or no place for the operations");
+    requireEntity(type, object);
+    if (!ops) throwNull(type, "no place for the operations");
+    auto walk = std::make_unique<Walk>(attr, *attribute->iteratorOps, *object);
     *ops = &typeIteratorOps;
-    return attribute->iteratorOps->make(*object);
+    return walk.release();
 }
 
-// An attribute that is no collection has no iterators: nothing is done with it.
 constinit const TypeIteratorOps typeIteratorOps{
     .iterNonnull = [](const ZinAttr& attr, const void* iterator) -> bool {
-        const IteratorOps* const ops = iterator ? iteratorOpsOf(attr) : nullptr;
-        return ops && ops->nonnull(iterator);
+        return iterator && walkOf(attr, iterator).nonnull();
     },
     .iterInc =
         [](const ZinAttr& attr, void* iterator) {
-            const IteratorOps* const ops = iterator ? iteratorOpsOf(attr) : nullptr;
-            if (ops) ops->inc(iterator);
+            elementOf(attr, iterator);
+            static_cast<Walk*>(iterator)->inc();
         },
     .iterKey =
         [](const ZinAttr& attr, const void* iterator, void* out) {
-            const IteratorOps* const ops = iterator ? iteratorOpsOf(attr) : nullptr;
-            if (ops && out) ops->key(iterator, out);
+            const Walk& walk = elementOf(attr, iterator);
+            requirePlace(attr, out);
+            walk.key(out);
         },
     .iterObj =
         [](const ZinAttr& attr, const void* iterator, void* out) {
-            const IteratorOps* const ops = iterator ? iteratorOpsOf(attr) : nullptr;
-            if (ops && out) *static_cast<MemberRef*>(out) = ops->obj(iterator);
+            const Walk& walk = elementOf(attr, iterator);
+            requirePlace(attr, out);
+            *static_cast<MemberRef*>(out) = walk.obj();
         },
     .iterDel =
         [](const ZinAttr& attr, void* iterator) noexcept {
-            const IteratorOps* const ops = iterator ? iteratorOpsOf(attr) : nullptr;
-            if (ops) ops->del(iterator);
+            Walk* const walk = static_cast<Walk*>(iterator);
+            if (walk && walk->isOver(attr)) delete walk;
         },
 };
 

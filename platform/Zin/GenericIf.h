@@ -3,8 +3,11 @@
 // mutators, so reactors and mirrors hear of it.
 //
 // Pointers are untyped: each must point at an object of the type that the attribute's table
-// names. Where one is null although something is due, a NullPointerException is thrown and
-// nothing has changed. Zin/Any.h and Zin/Place.h check types as well.
+// names, which nobody can check here; Zin/Any.h and Zin/Place.h do. What is checked: null where
+// something is due is a NullPointerException; an entity of another type, and an iterator that
+// is used with another attribute than it was made for, are a TypeException; a handle of another
+// type, or one whose record is none of its type's, is an unknown attribute. Nothing has changed
+// then.
 
 #pragma once
 
@@ -26,8 +29,10 @@ class ZIN_EXPORT ZinAttrBase {
 
     constexpr ZinTypeBase type() const { return {module_, place_ & 0xffff}; }
     constexpr std::uint32_t record() const { return place_ >> 16; }
-    // The id that the record holds; 0 where there is no such record.
+    // The id that the record holds; 0 where the type has no such record.
     AttributeId attributeId() const noexcept;
+
+    friend constexpr bool operator==(const ZinAttrBase&, const ZinAttrBase&) = default;
 
   private:
     const ZinModule* module_ = nullptr;
@@ -55,7 +60,8 @@ enum class AttributeOp : std::uint32_t {
     // name is *key.
     set = 1,
     // Collection: removes *key. What was removed, or a default value, is assigned to the value,
-    // or to the Ptr<Entity>, at `result`, unless that is null. Single child: removes it.
+    // or to the Ptr<Entity>, at `result`, unless that is null; a set writes none. Single child:
+    // removes it.
     del = 2,
     // Collection: the number of members, and the count of changes (23 bits), std::uint32_t.
     members = 3,
@@ -70,8 +76,8 @@ enum class Status : int {
     unknownAttribute = 2,
 };
 
-// A walk over one collection, safe against changes to it. Made and destroyed through the same
-// table.
+// A walk over one collection, safe against changes to it, while its entity lives. Made and
+// destroyed through the same table.
 struct IteratorOps {
     void* (*make)(Entity& entity);
     bool (*nonnull)(const void* iterator);
@@ -82,13 +88,19 @@ struct IteratorOps {
     void (*del)(void* iterator) noexcept;
 };
 
-// The operations on iterators that a type answers, with the attribute that the iterator walks.
+// The operations on iterators that a type answers, with the attribute that the iterator was
+// made for. One that stands behind the last element has no key and no element, and goes no
+// further: Exception.
 struct TypeIteratorOps {
+    // False for null too: an attribute that is no collection has no elements.
     bool (*iterNonnull)(const ZinAttr& attr, const void* iterator);
     void (*iterInc)(const ZinAttr& attr, void* iterator);
+    // Assigns to the key at `out`.
     void (*iterKey)(const ZinAttr& attr, const void* iterator, void* out);
-    // Writes the MemberRef at `out`.
+    // Writes the MemberRef at `out`. An element that was deleted while the iterator stood on it
+    // is a fatal assertion.
     void (*iterObj)(const ZinAttr& attr, const void* iterator, void* out);
+    // Does nothing with null, and with an iterator of another attribute.
     void (*iterDel)(const ZinAttr& attr, void* iterator) noexcept;
 };
 
@@ -105,7 +117,8 @@ ZIN_EXPORT Status attributeOp(
     const void* key,
     const void* value);
 
-// An iterator over a collection attribute, and its operations; null for any other attribute.
+// An iterator over a collection attribute, and its operations; null for any other attribute. It
+// keeps the entity alive, and visits each member once that is present throughout.
 ZIN_EXPORT void* iterator(
     const EntityTypeInfo& type,
     Entity* object,

@@ -77,8 +77,9 @@ requires(std::integral<T> || std::is_enum_v<T>) constexpr std::uint32_t
     } else {
         word = static_cast<std::uint64_t>(value);
     }
+    // A sum, which compilers take out of loops over keys; of exclusive ors they would not.
     return static_cast<std::uint32_t>(
-        hashing::mixed(word ^ (std::uint64_t{seed} << 32 | seed) ^ hashing::multiplierB));
+        hashing::mixed(word ^ ((std::uint64_t{seed} << 32 | seed) + hashing::multiplierB)));
 }
 template <std::floating_point T>
 std::uint32_t hashSingleAttr(std::uint32_t seed, T value) noexcept {

@@ -173,23 +173,30 @@ class ZIN_EXPORT HashMap2018 {
     static const Node& nodeAt(const void* entry) noexcept {
         return *static_cast<const Node*>(entry);
     }
+    // Of the lowest position in a mask; in 32 bits, which needs no sign extension.
+    static unsigned offsetOf(unsigned positions) noexcept {
+        return static_cast<unsigned>(std::countr_zero(positions)) *
+               static_cast<unsigned>(sizeof(Node));
+    }
     static Node* nodesOf(hashed::Bucket& bucket) noexcept {
         return reinterpret_cast<Node*>(bucket.entries());
     }
 
     static const Node*
     find(const hashed::Leaf& leaf, std::uint32_t hash, const K& key) noexcept {
-        if (hashed::isList(leaf.slot)) [[unlikely]] {
-            return static_cast<const Node*>(
-                HashMap2018Generic::lookupInListG(vt_, leaf.slot, &key));
-        }
-        for (unsigned left = leaf.fingerprints->matches(hash); left != 0; left &= left - 1) {
-            const Node& node = nodesOf(hashed::bucketOf(leaf.slot))[std::countr_zero(left)];
+        // At a list nothing matches.
+        for (unsigned left = leaf.matches(hash); left != 0; left &= left - 1) {
+            const Node& node = nodeAt(hashed::bucketOf(leaf.slot).entries() + offsetOf(left));
             if (key == node.key()) [[likely]] {
                 return &node;
             }
         }
-        return nullptr;
+        return hashed::isList(leaf.slot) ? findInList(leaf.slot, key) : nullptr;
+    }
+    [[gnu::cold, gnu::noinline]] static const Node* findInList(
+        hashed::Slot list,
+        typename Ops::SmallKey key) noexcept {
+        return static_cast<const Node*>(HashMap2018Generic::lookupInListG(vt_, list, &key));
     }
 
     template <class... Parts>
@@ -228,7 +235,7 @@ class ZIN_EXPORT HashMap2018 {
     template <class... Parts>
     void
     insert(const hashed::Leaf& leaf, std::uint32_t hash, const K& key, const Parts&... parts) {
-        if (core_.ownsAll() && hashed::tagOf(leaf.slot) == hashed::bucketTag) [[likely]] {
+        if (core_.ownsAll() && hashed::isBucket(leaf.slot)) [[likely]] {
             hashed::Bucket& bucket = hashed::bucketOf(leaf.slot);
             if (bucket.count < bucket.capacity) [[likely]] {
                 const auto position =

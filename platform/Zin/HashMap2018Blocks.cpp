@@ -89,22 +89,22 @@ Directory& newDirectory(const VTable& vt, unsigned bits) {
 }
 
 void freeDirectory(const VTable& vt, Slot directory) noexcept {
-    freeBlock(directoryOf(directory).fingerprints((std::size_t{1} << tagOf(directory)) - 1));
-    vt.allocTrack->trackDeallocation(*vt.collection, directoryBytes(tagOf(directory)));
+    freeBlock(directoryOf(directory).fingerprints((std::size_t{1} << bitsOf(directory)) - 1));
+    vt.allocTrack->trackDeallocation(*vt.collection, directoryBytes(bitsOf(directory)));
 }
 
 void slotsAre(Slot directory, std::size_t first, std::size_t length, Slot slot) noexcept {
     std::fill_n(directoryOf(directory).slots() + first, length, slot);
-    if (tagOf(slot) != bucketTag) return;
+    if (isDirectory(slot)) return;
     std::fill_n(
         directoryOf(directory).fingerprints(first + length - 1),
         length,
-        bucketOf(slot).fingerprints);
+        isList(slot) ? Fingerprints{} : bucketOf(slot).fingerprints);
 }
 
 void copySlots(Slot to, Slot from) noexcept {
-    const unsigned toBits = tagOf(to);
-    const unsigned fromBits = tagOf(from);
+    const unsigned toBits = bitsOf(to);
+    const unsigned fromBits = bitsOf(from);
     for (std::size_t i = 0; i < std::size_t{1} << toBits; ++i) {
         const std::size_t source = (i << fromBits) >> toBits;
         directoryOf(to).slots()[i] = directoryOf(from).slots()[source];
@@ -180,8 +180,8 @@ void releaseLeaf(const VTable& vt, Slot leaf) noexcept {
 
 void ownDirectory(const VTable& vt, Slot& holder) {
     if (referenceIsUnique(countedOf(holder).references)) return;
-    const unsigned bits = tagOf(holder);
-    const Slot copy = slotOf(newDirectory(vt, bits), bits);
+    const unsigned bits = bitsOf(holder);
+    const Slot copy = slotOf(newDirectory(vt, bits), holder & tagMask);
     const std::size_t width = std::size_t{1} << bits;
     Directory& from = directoryOf(holder);
     Directory& to = directoryOf(copy);
@@ -221,14 +221,14 @@ void ownAll(const VTable& vt, Slot& holder) {
     }
     ownDirectory(vt, holder);
     Slot* const slots = directoryOf(holder).slots();
-    const std::size_t width = std::size_t{1} << tagOf(holder);
+    const std::size_t width = std::size_t{1} << bitsOf(holder);
     for (std::size_t i = 0; i < width;) {
         if (isDirectory(slots[i])) {
             ownAll(vt, slots[i++]);
             continue;
         }
         std::size_t length = 1;
-        if (tagOf(slots[i]) == bucketTag) length = width >> bucketOf(slots[i]).depth;
+        if (isBucket(slots[i])) length = width >> bucketOf(slots[i]).depth;
         ownLeaf(vt, {slots + i, length});
         i += length;
     }

@@ -21,8 +21,8 @@ using Placing = HashMap2018Placing;
 // Neighbouring slots that hold the same leaf.
 using Run = std::span<Slot>;
 
-inline Slot slotOf(const Directory& directory, unsigned bits) noexcept {
-    return reinterpret_cast<Slot>(&directory) | bits;
+inline Slot slotOf(const Directory& directory, Slot tag) noexcept {
+    return reinterpret_cast<Slot>(&directory) | tag;
 }
 inline Slot slotOf(const Bucket& bucket) noexcept {
     return reinterpret_cast<Slot>(&bucket);
@@ -32,7 +32,7 @@ inline Slot slotOf(const CollisionList& list) noexcept {
 }
 
 inline bool isConstant(Slot slot) noexcept {
-    return tagOf(slot) == bucketTag && bucketOf(slot).capacity == 0;
+    return isBucket(slot) && bucketOf(slot).capacity == 0;
 }
 
 inline Counted& countedOf(Slot slot) noexcept {
@@ -50,7 +50,7 @@ template <class F>
 void forEachBelow(Slot directory, F&& f) {
     Slot* const slots = directoryOf(directory).slots();
     Slot last = 0;
-    for (std::size_t i = 0; i < std::size_t{1} << tagOf(directory); ++i) {
+    for (std::size_t i = 0; i < std::size_t{1} << bitsOf(directory); ++i) {
         if (slots[i] != last) f(last = slots[i]);
     }
 }

@@ -107,33 +107,46 @@ constexpr std::uint8_t fingerprintOf(std::uint32_t hash) noexcept {
     return static_cast<std::uint8_t>(low + (low == 0 ? 1 : 0));
 }
 
-// Bit i is set where bytes[i] equals the byte, for 16 bytes at a 16-byte boundary.
-inline unsigned matchingBytes(const std::uint8_t* bytes, std::uint8_t byte) noexcept {
+// Of 16 bytes at a 16-byte boundary, bit i of the results tells of bytes[i].
 #if defined(ZIN_HASHMAP_SSE2)
+inline unsigned equalBytes(const std::uint8_t* bytes, __m128i wanted) noexcept {
     const __m128i all = _mm_load_si128(reinterpret_cast<const __m128i*>(bytes));
-    const __m128i wanted = _mm_set1_epi8(static_cast<char>(byte));
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(all, wanted)));
+}
+inline unsigned zeroBytes(const std::uint8_t* bytes) noexcept {
+    return equalBytes(bytes, _mm_setzero_si128());
+}
+// Which are the fingerprint of the hash. That it is not 0 costs one instruction here.
+inline unsigned fingerprintBytes(const std::uint8_t* bytes, std::uint32_t hash) noexcept {
+    const __m128i low = _mm_set1_epi8(static_cast<char>(hash));
+    return equalBytes(bytes, _mm_max_epu8(low, _mm_set1_epi8(1)));
+}
 #else
-    const auto half = [byte](const std::uint8_t* from) {
+inline unsigned equalBytes(const std::uint8_t* bytes, std::uint8_t wanted) noexcept {
+    const auto half = [wanted](const std::uint8_t* from) {
         constexpr std::uint64_t lowSeven = 0x7f7f7f7f7f7f7f7f;
         std::uint64_t word = 0;  // by shifts: byte 0 comes out lowest on every machine
         for (unsigned i = 0; i < 8; ++i) word |= std::uint64_t{from[i]} << 8 * i;
-        word ^= byte * std::uint64_t{0x0101010101010101};
+        word ^= wanted * std::uint64_t{0x0101010101010101};
         const std::uint64_t zeros = ~(((word & lowSeven) + lowSeven) | word | lowSeven);
         return static_cast<unsigned>((zeros >> 7) * std::uint64_t{0x0102040810204080} >> 56);
     };
     return half(bytes) | half(bytes + 8) << 8;
-#endif
 }
+inline unsigned zeroBytes(const std::uint8_t* bytes) noexcept {
+    return equalBytes(bytes, 0);
+}
+inline unsigned fingerprintBytes(const std::uint8_t* bytes, std::uint32_t hash) noexcept {
+    return equalBytes(bytes, fingerprintOf(hash));
+}
+#endif
 
 // Of the entries of a bucket by their positions. 0 marks a free position; the last byte is
 // always 0.
 struct alignas(16) Fingerprints {
     std::uint8_t at[16];
 
-    unsigned matches(std::uint32_t hash) const noexcept {
-        return matchingBytes(at, fingerprintOf(hash));
-    }
+    unsigned matches(std::uint32_t hash) const noexcept { return fingerprintBytes(at, hash); }
 };
 
 struct alignas(16) Bucket : Counted {
@@ -154,11 +167,9 @@ struct alignas(16) Bucket : Counted {
     const char* entries() const noexcept { return reinterpret_cast<const char*>(this + 1); }
 
     unsigned freePositions() const noexcept {
-        return matchingBytes(fingerprints.at, 0) & ((1U << capacity) - 1);
+        return zeroBytes(fingerprints.at) & ((1U << capacity) - 1);
     }
-    unsigned usedPositions() const noexcept {
-        return ~matchingBytes(fingerprints.at, 0) & 0x7fff;
-    }
+    unsigned usedPositions() const noexcept { return ~zeroBytes(fingerprints.at) & 0x7fff; }
 
     // The entry that was built at a free position becomes a member, with no place in the order
     // yet.
@@ -188,21 +199,37 @@ struct alignas(16) CollisionList : Counted {
     }
 };
 
-// A pointer to a directory, bucket or list; the low four bits tell which, and how wide.
+// A pointer to a directory, bucket or list; the low four bits tell which.
 using Slot = std::uintptr_t;
 inline constexpr Slot tagMask = 15;
-inline constexpr unsigned bucketTag = 0;  // 1 to 7: a directory of so many bits
+// 0 is a bucket; 1 to 7 a directory without directories below it, of 8 bits less so many.
 inline constexpr Slot directoryTags = 7;
 inline constexpr Slot listTag = 8;
+// A directory that may have directories below it, and therefore all seven bits: a lookup shifts
+// by a constant there. It keeps the tag when the last one below it goes.
+inline constexpr Slot innerTag = 9;
+inline constexpr Slot innerOrList = 8;
 
-constexpr unsigned tagOf(Slot slot) noexcept {
-    return static_cast<unsigned>(slot & tagMask);
+constexpr bool isBucket(Slot slot) noexcept {
+    return (slot & tagMask) == 0;
 }
 constexpr bool isList(Slot slot) noexcept {
-    return (slot & listTag) != 0;
+    return (slot & tagMask) == listTag;
 }
 constexpr bool isDirectory(Slot slot) noexcept {
     return (slot & directoryTags) != 0;
+}
+// Of a directory.
+constexpr unsigned bitsOf(Slot slot) noexcept {
+    return directoryBitsMax + 1 - static_cast<unsigned>(slot & directoryTags);
+}
+constexpr Slot directoryTag(unsigned bits) noexcept {
+    return directoryBitsMax + 1 - bits;
+}
+// By how much a hash is shifted for the index in it: 32 less its bits, which is 24 more than
+// the tag. REQUIRES: not an inner one.
+constexpr unsigned shiftOf(Slot slot) noexcept {
+    return static_cast<unsigned>(slot & directoryTags) | (hashBits - directoryBitsMax - 1);
 }
 inline Bucket& bucketOf(Slot slot) noexcept {
     return *reinterpret_cast<Bucket*>(slot);
@@ -212,7 +239,7 @@ inline CollisionList& listOf(Slot slot) noexcept {
 }
 
 // Followed by 2^bits slots. Before it, in reverse, each of them has a copy of the fingerprints
-// of its bucket: zeros for an empty range, anything for a directory or list.
+// of its bucket: zeros for an empty range or a list, anything for a directory.
 struct Directory : Counted {
     std::uint32_t reserved;
 
@@ -227,6 +254,11 @@ inline Directory& directoryOf(Slot slot) noexcept {
     return *reinterpret_cast<Directory*>(slot & ~tagMask);
 }
 
+// Its address is the slot without the tag, which needs no instruction of its own this way.
+inline const Slot* slotsOfInner(Slot slot) noexcept {
+    return reinterpret_cast<const Slot*>(slot - innerTag + sizeof(Directory));
+}
+
 // Empty ranges of each local depth. They are not counted and never written.
 ZIN_EXPORT extern const Bucket emptyBuckets[directoryBitsMax + 1];
 
@@ -237,10 +269,13 @@ inline Slot emptySlot(unsigned depth) noexcept {
 // A bucket or list and where it was found.
 struct Leaf {
     Slot slot;
-    Fingerprints* fingerprints;  // beside its slot; of a root, its own
-    std::uint32_t index;         // of the slot in its directory
-    unsigned bits;               // of that directory; both 0 where the leaf is the root
+    Fingerprints* fingerprintsEnd;  // behind those beside its slot; of a root, its own
+    std::uint32_t index;            // of the slot in its directory
+    unsigned bits;                  // of that directory; both 0 where the leaf is the root
 
+    unsigned matches(std::uint32_t hash) const noexcept {
+        return fingerprintsEnd[-1].matches(hash);
+    }
     // As in Bucket, with the copies. REQUIRES: bucket and directory are owned. (Inlined, or
     // each search before an insertion would have to build this in memory.)
     [[gnu::always_inline]] void adopt(unsigned position, std::uint32_t hash) const noexcept {
@@ -256,7 +291,7 @@ struct Leaf {
     [[gnu::always_inline]] void copiesAre(unsigned position, std::uint8_t fingerprint)
         const noexcept {
         const std::uint32_t length = 1U << (bits - bucketOf(slot).depth);
-        Fingerprints* const copies = fingerprints - (~index & (length - 1));
+        Fingerprints* const copies = fingerprintsEnd - 1 - (~index & (length - 1));
         // Mostly it is one or two; nobody could predict which.
         copies[0].at[position] = fingerprint;
         copies[length - 1].at[position] = fingerprint;
@@ -271,19 +306,28 @@ struct Leaf {
         std::uint8_t fingerprint) noexcept;
 };
 
-// The leaf whose range of hashes contains this one.
+// The leaf whose range of hashes contains this one. The fewer instructions lead from here to
+// the entry, the more searches of a large map does a processor overlap.
 inline Leaf leafOf(Slot root, std::uint32_t hash) noexcept {
-    if (tagOf(root) == bucketTag) return {root, &bucketOf(root).fingerprints, 0, 0};
-    Slot directory = 0;
     Slot slot = root;
-    std::uint64_t shifted = hash;
-    do {
-        directory = slot;
-        shifted = (shifted & 0xffffffff) << tagOf(directory);
-        slot = directoryOf(directory).slots()[shifted >> 32];
-    } while (isDirectory(slot));
-    const auto index = static_cast<std::uint32_t>(shifted >> 32);
-    return {slot, directoryOf(directory).fingerprints(index), index, tagOf(directory)};
+    Slot above = 0;
+    std::uint32_t index = 0;
+    std::uint32_t left = hash;
+    // A list is never below an inner directory.
+    while ((slot & innerOrList) != 0) {
+        above = slot;
+        index = left >> (hashBits - directoryBitsMax);
+        left <<= directoryBitsMax;
+        slot = slotsOfInner(above)[index];
+    }
+    if (isDirectory(slot)) [[likely]] {
+        const unsigned bits = bitsOf(slot);
+        Directory& last = directoryOf(slot);
+        index = left >> shiftOf(slot);
+        return {last.slots()[index], last.fingerprints(index) + 1, index, bits};
+    }
+    if (above == 0) return {root, &bucketOf(root).fingerprints + 1, 0, 0};
+    return {slot, directoryOf(above).fingerprints(index) + 1, index, directoryBitsMax};
 }
 
 }  // namespace Zin::hashed

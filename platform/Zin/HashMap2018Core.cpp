@@ -150,8 +150,7 @@ HashMap2018Generic::Location HashMap2018Generic::locateIn(
         const ListPosition at = positionInList(vt, listOf(leaf), keyAndHash.key, nullptr);
         return {leaf, at.index, at.found};
     }
-    for (unsigned left = found.fingerprints->matches(keyAndHash.hash); left != 0;
-         left &= left - 1) {
+    for (unsigned left = found.matches(keyAndHash.hash); left != 0; left &= left - 1) {
         const auto position = static_cast<unsigned>(std::countr_zero(left));
         if (vt.keyEqualsNode(keyAndHash.key, nodeAt(vt, leaf, position))) {
             return {leaf, position, true};
@@ -186,7 +185,7 @@ const void* HashMap2018Generic::lookupLikeG(const VTable& vt, const void* node) 
         const ListPosition at = positionInList(vt, listOf(leaf), nullptr, node);
         return at.found ? nodeAt(vt, leaf, at.index) : nullptr;
     }
-    for (unsigned left = found.fingerprints->matches(hash); left != 0; left &= left - 1) {
+    for (unsigned left = found.matches(hash); left != 0; left &= left - 1) {
         const void* const other =
             nodeAt(vt, leaf, static_cast<unsigned>(std::countr_zero(left)));
         if (vt.compareOrLruUnlink(nullptr, node, other) == 0) return other;
@@ -199,11 +198,11 @@ HashMap2018Generic::LeafRange HashMap2018Generic::leafRange(std::uint32_t hash) 
     std::uint32_t left = hash;
     unsigned shared = 0;  // leading bits that the members of the leaf share
     while (isDirectory(slot)) {
-        const unsigned bits = tagOf(slot);
+        const unsigned bits = bitsOf(slot);
         const std::uint64_t shifted = std::uint64_t{left} << bits;
         slot = directoryOf(slot).slots()[shifted >> 32];
         left = static_cast<std::uint32_t>(shifted);
-        if (tagOf(slot) == bucketTag) {
+        if (isBucket(slot)) {
             shared += bucketOf(slot).depth;
         } else {
             shared += bits;
@@ -247,7 +246,7 @@ void* HashMap2018Generic::ownedNodeG(const VTable& vt, KeyAndHash keyAndHash) {
 
 void HashMap2018Generic::newMemberG(const VTable& vt, KeyAndHash keyAndHash, void* node) {
     TriePath path = ownedPathTo(vt, keyAndHash.hash);
-    if (tagOf(path.leaf()) == bucketTag) {
+    if (isBucket(path.leaf())) {
         const Bucket& bucket = bucketOf(path.leaf());
         if (bucket.count == bucket.capacity) {
             if (bucket.capacity < bucketMax) {
@@ -257,7 +256,7 @@ void HashMap2018Generic::newMemberG(const VTable& vt, KeyAndHash keyAndHash, voi
             }
         }
     }
-    if (tagOf(path.leaf()) == bucketTag) {
+    if (isBucket(path.leaf())) {
         Bucket& bucket = bucketOf(path.leaf());
         const unsigned position =
             static_cast<unsigned>(std::countr_zero(bucket.freePositions()));

@@ -159,7 +159,7 @@ namespace {
 constexpr unsigned narrowBits = 4;
 
 void fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept {
-    if (tagOf(leaf) != bucketTag) return;
+    if (!isBucket(leaf)) return;
     static_cast<void>(bucketOf(leaf).order());
     constexpr std::size_t lineBytes = 64;
     const std::size_t bytes = std::min<std::size_t>(10 * vt.entrySize, 16 * lineBytes);
@@ -169,9 +169,9 @@ void fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept {
 }
 
 void fetchLeaves(const HashMap2018VTable& vt, Slot slot) noexcept {
-    if (!isDirectory(slot) || tagOf(slot) > narrowBits) return;
+    if (!isDirectory(slot) || bitsOf(slot) > narrowBits) return;
     const Slot* const slots = directoryOf(slot).slots();
-    for (std::size_t i = 0; i < std::size_t{1} << tagOf(slot); ++i) {
+    for (std::size_t i = 0; i < std::size_t{1} << bitsOf(slot); ++i) {
         if (i == 0 || slots[i] != slots[i - 1]) fetchLeaf(vt, slots[i]);
     }
 }
@@ -188,7 +188,7 @@ void HashMap2018UnsafeIteratorConstGeneric::enterDirectory(const VTable& vt) noe
         const Slot directory = *slot_;
         const Slot* const slots = directoryOf(directory).slots();
         if (slotsEnd_ - slot_ > 1) fetchLeaves(vt, slot_[1]);
-        bits_ = static_cast<std::uint8_t>(tagOf(directory));
+        bits_ = static_cast<std::uint8_t>(bitsOf(directory));
         slotBits_ = static_cast<std::uint8_t>(slotBits_ - bits_);
         const std::uint64_t shifted = std::uint64_t{left} << bits_;
         slot_ = slots + (shifted >> 32);

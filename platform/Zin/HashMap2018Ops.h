@@ -35,6 +35,13 @@ struct HashMap2018Ops {
     static constexpr bool movesAsBytes = Node::relocatesAsBytes;
     static constexpr bool copiesAsBytes = std::is_trivially_copyable_v<Node>;
 
+    // For what a search seldom calls: were the address of a small key needed there, each search
+    // would compute it.
+    using SmallKey = std::conditional_t<
+        std::is_trivially_copyable_v<K> && sizeof(K) <= sizeof(void*),
+        const K,
+        const K&>;
+
     static std::uint32_t hashOf(const K& key) noexcept {
         static_assert(
             HashableKey<K>,

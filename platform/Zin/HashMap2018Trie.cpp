@@ -83,7 +83,7 @@ class Refinement {
             if (path.level > 0) {
                 const unsigned wanted =
                     std::min(shared - baseOf(path.level - 1), directoryBitsMax);
-                widens_ = wanted > tagOf(*path.holders[path.level - 1]);
+                widens_ = wanted > bitsOf(*path.holders[path.level - 1]);
                 if (widens_) take(wanted);
             }
             for (unsigned level = path.level; level <= lastLevel; ++level) {
@@ -115,7 +115,7 @@ class Refinement {
             const unsigned level = path.level - 1;
             const Slot directory = *path.holders[level];
             Slot* const slots = directoryOf(directory).slots();
-            const unsigned bits = tagOf(directory);
+            const unsigned bits = bitsOf(directory);
             const unsigned reach = std::min(shared_ - baseOf(level), directoryBitsMax);
             const bool last = baseOf(level) + reach == shared_;
             const std::size_t index = indexIn(hash, level, bits);
@@ -137,11 +137,16 @@ class Refinement {
     }
 
   private:
-    void take(unsigned bits) { taken_[count_++] = slotOf(newDirectory(vt_, bits), bits); }
+    void take(unsigned bits) {
+        taken_[count_++] = slotOf(newDirectory(vt_, bits), directoryTag(bits));
+    }
     void giveBack() noexcept {
         while (used_ < count_) freeDirectory(vt_, taken_[used_++]);
     }
-    void hangNext(TriePath& path) noexcept { *path.holders[path.level++] = taken_[used_++]; }
+    void hangNext(TriePath& path) noexcept {
+        if (path.level > 0) *path.holders[path.level - 1] |= innerTag;
+        *path.holders[path.level++] = taken_[used_++];
+    }
     void widenDirectory(Slot& holder) noexcept {
         const Slot wider = taken_[used_++];
         copySlots(wider, holder);
@@ -160,7 +165,7 @@ class Refinement {
 // Halves a directory that is four times as wide as its leaves need: a little change must not
 // make it grow again at once.
 void narrowDirectory(const VTable& vt, Slot& holder) noexcept {
-    const unsigned bits = tagOf(holder);
+    const unsigned bits = bitsOf(holder);
     if (bits < 3) return;
     const Slot* const from = directoryOf(holder).slots();
     for (std::size_t i = 0; i < std::size_t{1} << bits; i += 4) {
@@ -168,7 +173,7 @@ void narrowDirectory(const VTable& vt, Slot& holder) noexcept {
         if (from[i] != from[i + 1] || from[i] != from[i + 2] || from[i] != from[i + 3]) return;
     }
     try {
-        const Slot narrower = slotOf(newDirectory(vt, bits - 1), bits - 1);
+        const Slot narrower = slotOf(newDirectory(vt, bits - 1), directoryTag(bits - 1));
         copySlots(narrower, holder);
         freeDirectory(vt, holder);
         holder = narrower;
@@ -217,23 +222,23 @@ CollisionList& listMoved(const VTable& vt, TriePath& path, std::uint32_t capacit
 void TriePath::descend(std::uint32_t hash) noexcept {
     const Slot directory = *holders[level];
     holders[level + 1] =
-        directoryOf(directory).slots() + indexIn(hash, level, tagOf(directory));
+        directoryOf(directory).slots() + indexIn(hash, level, bitsOf(directory));
     ++level;
 }
 
 Leaf TriePath::found() const noexcept {
-    if (level == 0) return {leaf(), &bucketOf(leaf()).fingerprints, 0, 0};
+    if (level == 0) return {leaf(), &bucketOf(leaf()).fingerprints + 1, 0, 0};
     const Slot directory = *holders[level - 1];
     const auto index =
         static_cast<std::uint32_t>(holders[level] - directoryOf(directory).slots());
-    return {leaf(), directoryOf(directory).fingerprints(index), index, tagOf(directory)};
+    return {leaf(), directoryOf(directory).fingerprints(index) + 1, index, bitsOf(directory)};
 }
 
 Run TriePath::leafRun() const noexcept {
-    if (level == 0 || tagOf(leaf()) != bucketTag) return {holders[level], 1};
+    if (level == 0 || !isBucket(leaf())) return {holders[level], 1};
     const Slot directory = *holders[level - 1];
     Slot* const slots = directoryOf(directory).slots();
-    const std::size_t length = std::size_t{1} << (tagOf(directory) - bucketOf(leaf()).depth);
+    const std::size_t length = std::size_t{1} << (bitsOf(directory) - bucketOf(leaf()).depth);
     const auto index = static_cast<std::size_t>(holders[level] - slots);
     return {slots + (index & ~(length - 1)), length};
 }
@@ -331,10 +336,10 @@ void fetchBuddy(const TriePath& path) noexcept {
     const Slot directory = *path.holders[path.level - 1];
     const Slot* const slots = directoryOf(directory).slots();
     const auto index = static_cast<std::size_t>(path.holders[path.level] - slots);
-    for (std::size_t length = 1; length < std::size_t{1} << tagOf(directory); length *= 2) {
+    for (std::size_t length = 1; length < std::size_t{1} << bitsOf(directory); length *= 2) {
         const Slot other = slots[index ^ length];
         if (other == slots[index]) continue;
-        if (tagOf(other) == bucketTag) static_cast<void>(bucketOf(other).order());
+        if (isBucket(other)) static_cast<void>(bucketOf(other).order());
         return;
     }
 }
@@ -349,10 +354,10 @@ Union unionOf(const TriePath& path, unsigned depth, unsigned members) noexcept {
             continue;
         }
         Slot* const slots = directoryOf(directory).slots();
-        const std::size_t length = std::size_t{1} << (tagOf(directory) - united.depth);
+        const std::size_t length = std::size_t{1} << (bitsOf(directory) - united.depth);
         const auto index = static_cast<std::size_t>(path.holders[united.level] - slots);
         const Slot other = slots[(index & ~(length - 1)) ^ length];
-        if (tagOf(other) != bucketTag) break;
+        if (!isBucket(other)) break;
         Bucket& buddy = bucketOf(other);
         if (buddy.depth != united.depth || united.members + buddy.count > bucketMax) break;
         if (buddy.count != 0) {

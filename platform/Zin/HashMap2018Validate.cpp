@@ -23,7 +23,7 @@ class Validator {
     // What lies below a slot whose members share so many leading bits of the prefix.
     Totals slot(Slot at, unsigned shared, std::uint32_t prefix) {
         if (!isDirectory(at)) return leaf(at, shared, prefix);
-        const unsigned bits = tagOf(at);
+        const unsigned bits = bitsOf(at);
         ZIN_ASSERT(directoryOf(at).references != 0, source);
         ZIN_ASSERT(shared % directoryBitsMax == 0 && shared + bits <= hashBits, source);
         return range(at, 0, std::size_t{1} << bits, shared, prefix);
@@ -39,8 +39,8 @@ class Validator {
         std::uint32_t prefix) {
         const Slot* const slots = directoryOf(directory).slots() + first;
         const unsigned depth =
-            tagOf(directory) - static_cast<unsigned>(std::countr_zero(length));
-        if (tagOf(*slots) == bucketTag && bucketOf(*slots).depth == depth && depth > 0) {
+            bitsOf(directory) - static_cast<unsigned>(std::countr_zero(length));
+        if (isBucket(*slots) && bucketOf(*slots).depth == depth && depth > 0) {
             const Fingerprints& own = bucketOf(*slots).fingerprints;
             for (std::size_t i = 0; i < length; ++i) {
                 ZIN_ASSERT(slots[i] == *slots, source);
@@ -50,8 +50,8 @@ class Validator {
             return leaf(*slots, shared, prefix);
         }
         if (length == 1) {
-            ZIN_ASSERT(tagOf(*slots) != bucketTag, source);
-            ZIN_ASSERT(isList(*slots) || tagOf(directory) == directoryBitsMax, source);
+            ZIN_ASSERT(!isBucket(*slots), source);
+            ZIN_ASSERT(isList(*slots) || (directory & tagMask) == innerTag, source);
             return slot(*slots, shared, prefix);
         }
         const Totals low = range(directory, first, length / 2, shared + 1, prefix);

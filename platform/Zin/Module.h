@@ -16,6 +16,10 @@
 #include "Zin/TypeHandle.h"
 #include "Zin/ValueInfo.h"
 
+namespace Quib {
+class DumpContext;
+}
+
 namespace Zin {
 
 namespace NboAttrLog {
@@ -159,6 +163,11 @@ struct EntityTypeInfo {
         bool fromReadOnlyProxy,
         std::uint32_t length,
         NboAttrLog::In* in);
+    // Prints the entity and all below it (frame/Dump.h).
+    void (*dumpState)(
+        const Entity& entity,
+        const Ptr<const Quib::DumpContext>& context,
+        unsigned indent);
 
     // The attribute with this id or this name, or null. Logarithmic, and linear.
     ZIN_EXPORT const AttributeInfo* attribute(AttributeId id) const noexcept;

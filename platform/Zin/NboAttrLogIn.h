@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -83,6 +84,8 @@ class ZIN_EXPORT In {
         }
         return static_cast<Word>(word);
     }
+    template <MemberCollection T>
+    T nextMembers();
     [[noreturn]] void failShort(std::size_t needed) const;
 
     std::span<const std::byte> payload_;
@@ -93,6 +96,33 @@ template <class T>
 concept ReadsItself = requires(In& in) {
     { T::attrLogNext(in) } -> std::same_as<T>;
 };
+
+// As many members as the number before them says, each with a key of its own.
+template <MemberCollection T>
+T In::nextMembers() {
+    const In start = *this;
+    const std::uint32_t count = nextU32();
+    // A member takes a byte at least.
+    if (count > left()) {
+        start.fail(
+            "a collection within the message",
+            std::to_string(count) + " members with " + std::to_string(left()) + " bytes left");
+    }
+    T collection;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const In member = *this;
+        if constexpr (std::is_void_v<typename T::Value>) {
+            collection.put(next<typename T::Key>());
+        } else if constexpr (keyTravelsInside<T>) {
+            collection.put(next<typename T::Value>());
+        } else {
+            const auto key = next<typename T::Key>();
+            collection.put(key, next<typename T::Value>());
+        }
+        if (collection.members() != i + 1) member.fail("a key of its own", "a second member");
+    }
+    return collection;
+}
 
 template <class T>
 T In::next() {
@@ -113,6 +143,8 @@ T In::next() {
         return bytes;
     } else if constexpr (std::same_as<T, String>) {
         return nextString();
+    } else if constexpr (MemberCollection<T>) {
+        return nextMembers<T>();
     } else {
         static_assert(
             describe::Described<T>,

@@ -63,8 +63,38 @@ concept WritesItself = requires(const T& value, Out& out) {
     value.attrLogPut(out);
 };
 
+// A collection inside of a value.
+template <class T>
+concept MemberCollection = !describe::Described<T> && requires(const T& collection) {
+    typename T::Key;
+    typename T::Value;
+    { collection.members() } -> std::same_as<std::uint32_t>;
+    collection.begin();
+};
+
+// The key is not sent beside a value that holds it.
+template <MemberCollection T>
+inline constexpr bool keyTravelsInside =
+    requires(T& collection, const typename T::Value& value) {
+    collection.put(value);
+};
+
+// Calls part(p) for each part of a member that travels: its key, or its value, or both.
+template <MemberCollection T>
+constexpr void forEachPart(const T& collection, auto&& part) {
+    for (const auto& node : collection) {
+        if constexpr (std::is_void_v<typename T::Value>) {
+            part(node.key());
+        } else {
+            if constexpr (!keyTravelsInside<T>) part(node.key());
+            part(node.value());
+        }
+    }
+}
+
 // Bytes that a value takes: a bool one, integers their width, enumerations four, floating point
-// eight, a string four more than its length, a value type the sum of its fields.
+// eight, a string four more than its length, a value type the sum of its fields, a collection
+// inside of a value four more than its members.
 template <class T>
 constexpr std::size_t attrLogSize(const T& value) {
     if constexpr (WritesItself<T>) {
@@ -79,6 +109,10 @@ constexpr std::size_t attrLogSize(const T& value) {
         return sizeof(T);
     } else if constexpr (std::same_as<T, String>) {
         return 4 + value.size();
+    } else if constexpr (MemberCollection<T>) {
+        std::size_t size = 4;
+        forEachPart(value, [&](const auto& part) { size += attrLogSize(part); });
+        return size;
     } else {
         static_assert(
             describe::Described<T>,
@@ -108,6 +142,9 @@ Out& operator<<(Out& out, const T& value) {
         const std::string_view bytes = value.view();
         out.put(static_cast<std::uint32_t>(bytes.size()));
         out.put(reinterpret_cast<const std::byte*>(bytes.data()), bytes.size());
+    } else if constexpr (MemberCollection<T>) {
+        out.put(value.members());
+        forEachPart(value, [&](const auto& part) { out << part; });
     } else {
         describe::schemaOf<T>.forEach([&](auto field) { out << field.in(value); });
     }

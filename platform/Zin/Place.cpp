@@ -43,8 +43,15 @@ std::pair<String, std::size_t> doubleQuoted(std::string_view text) {
     std::size_t at = 1;
     while (at < text.size() && text[at] != '"') {
         const std::string_view piece = text.substr(at, text[at] == '\\' ? 2 : 1);
-        single += piece == "\\\"" ? "\"" : piece == "'" ? "\\'" : piece;
-        origin.resize(single.size(), at);
+        if (piece == "'") {
+            single += '\\';
+            origin.push_back(at);
+        }
+        const std::size_t skipped = piece == "\\\"" ? 1 : 0;
+        for (std::size_t i = skipped; i < piece.size(); ++i) {
+            single += piece[i];
+            origin.push_back(at + i);
+        }
         at += piece.size();
     }
     origin.push_back(at);
@@ -95,7 +102,7 @@ std::string namesOf(std::span<const Named> all) {
 
 // --- Types ---
 
-const EntityTypeInfo& typeOf(const Entity& entity) {
+const EntityTypeInfo& typeInfoOf(const Entity& entity) {
     const EntityTypeInfo* const type = entity.fwkType().info();
     if (!type) {
         throw Exception(quoted(entity.name().view()) + " is of a type that no module lists");
@@ -159,6 +166,22 @@ std::vector<Any> constructorArguments(
     return arguments;
 }
 
+// What an entity was made of.
+std::vector<Any> argumentsOf(const Entity& entity) {
+    struct Arguments {
+        std::span<const ValueInfo* const> types;
+        std::vector<Any> all;
+    } arguments{typeInfoOf(entity).constructorArguments, {}};
+    typeInfoOf(entity).forEachConstructorArgument(
+        entity,
+        [](void* context, const void* argument) {
+            auto& [types, all] = *static_cast<Arguments*>(context);
+            all.emplace_back(*types[all.size()], argument);
+        },
+        &arguments);
+    return std::move(arguments.all);
+}
+
 }  // namespace
 
 PathException::PathException(std::size_t position, const std::string& text)
@@ -176,7 +199,7 @@ Place::Place(const Ptr<Entity>& root) : entity_(root) {
     if (!name.empty() && bareLength(name) == name.size()) {
         path_ = name;
     } else {
-        path_ = std::string(typeOf(*root).name) + '(' + quoted(name) + ')';
+        path_ = std::string(typeInfoOf(*root).name) + '(' + quoted(name) + ')';
     }
 }
 
@@ -264,7 +287,7 @@ Place Place::named(std::string_view name, std::size_t position) const {
             std::string(owner) + " has no " + what + ' ' + quoted(name) + "; it has " + all);
     };
     if (kind_ == Kind::entity) {
-        const EntityTypeInfo& info = typeOf(*entity_);
+        const EntityTypeInfo& info = typeInfoOf(*entity_);
         const AttributeInfo* const found = info.attribute(name);
         if (!found) fail(info.name, "attribute", namesOf(info.attributes));
         if (found->kind == AttributeKind::function && !found->value) {
@@ -361,7 +384,7 @@ Any Place::value() const {
 std::vector<Place> Place::children() const {
     std::vector<Place> below;
     if (kind_ == Kind::entity) {
-        for (const AttributeInfo& attribute : typeOf(*entity_).attributes) {
+        for (const AttributeInfo& attribute : typeInfoOf(*entity_).attributes) {
             if (attribute.kind == AttributeKind::function && !attribute.value) continue;
             Place place = at(attribute);
             if (place.exists()) below.push_back(std::move(place));
@@ -455,7 +478,7 @@ void Place::make(std::span<const std::string_view> texts) const {
             return;
         }
         if (kind_ == Kind::entity && exists()) {
-            if (entity_->name() == *static_cast<const String*>(pointers[0])) return;
+            if (argumentsOf(*entity_) == arguments) return;
             throw Exception(path_ + " is there as " + quoted(entity_->name().view()));
         }
         operate(AttributeOp::set, pointers[0], pointers.data() + 1);

@@ -4,12 +4,19 @@
 //     Zin::String text = valueToStrep(value);
 //     auto same = Zin::strepToValue<Pseudowire::TimeRange>(text, nullptr);
 //
-// Values stream as this text. An enumeration takes part when its namespace has
-// `using Zin::valueToStrep; using Zin::operator<<; using Zin::sequenceToValue; using
-// Zin::stringValue;`.
+// Values stream as this text. An enumeration takes part when its namespace names these
+// functions in a using-declaration, as Pseudowire/Strep.h does.
+//
+// A type with a short form for people has a hand-written toStrep(), which shortForm() helps to
+// write.
+//
+// Positions in errors count from the iterator that was given; where reading fails, the iterator
+// stays where it was.
 
 #pragma once
 
+#include <concepts>
+#include <initializer_list>
 #include <ostream>
 #include <string_view>
 
@@ -30,12 +37,13 @@ String valueToStrep(const T& value) {
     return textOf(value);
 }
 
-// Reads the literal, or throws a TextException whose position counts from `it`.
+// Reads the literal, or throws a TextException.
 ZIN_EXPORT void needString(
     String::IteratorConst& it,
     const String::IteratorConst& end,
     std::string_view literal);
 
+// Throws a TextException unless all was read.
 ZIN_EXPORT void strepToValueEnd(
     const String::IteratorConst& it,
     const String::IteratorConst& end);
@@ -81,7 +89,7 @@ T strepToValue(const String& text, const T*) {
     return value;
 }
 
-// Reads an enumerator's name.
+// Reads an enumerator's name, or a number that has none.
 template <describe::DescribedEnum E>
 void sequenceToValue(String::IteratorConst& it, const String::IteratorConst& end, E* value) {
     *value = deserializeAttr<E>(it, end, {});
@@ -93,5 +101,34 @@ requires(describe::Value<T> || describe::DescribedEnum<T>) std::ostream& operato
     const T& value) {
     return out << textOf(value);
 }
+
+// One part of a short form.
+class ShortField {
+  public:
+    template <class T>
+    ShortField(std::string_view name, const T& value) : name_(name), text_(textIn(value)) {}
+
+    std::string_view name() const { return name_; }
+    const String& text() const { return text_; }
+
+  private:
+    // Strings as they stand, without quotes.
+    static String textIn(const String& text) { return text; }
+    static String textIn(bool value) { return value ? "yes" : "no"; }
+    template <class T>
+    static String textIn(const T& value) {
+        if constexpr (requires { value.toStrep(); }) {
+            return value.toStrep();
+        } else {
+            return textOf(value);
+        }
+    }
+
+    std::string_view name_;
+    String text_;
+};
+
+// "<vlanId=7;normalizedTag=unset>" of {{"vlanId", vlanId_}, {"normalizedTag", normalizedTag_}}.
+ZIN_EXPORT String shortForm(std::initializer_list<ShortField> fields);
 
 }  // namespace Zin

@@ -16,13 +16,17 @@ constexpr std::string_view hexDigits = "0123456789abcdef";
 
 }  // namespace
 
-void TextReader::fail(std::string_view expected) const {
+std::string TextReader::found() const {
     constexpr std::size_t shown = 24;
-    if (rest().empty()) throw TextException(at_, expected, "the end of the text");
+    if (rest().empty()) return "the end of the text";
     std::string found;
     appendQuoted(found, rest().substr(0, shown));
     if (rest().size() > shown) found += "...";
-    throw TextException(at_, expected, found);
+    return found;
+}
+
+void TextReader::fail(std::string_view expected) const {
+    throw TextException(at_, expected, found());
 }
 
 bool TextReader::skip(std::string_view literal) {

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "Zin/Export.h"
@@ -46,6 +47,8 @@ class ZIN_EXPORT TextReader {
     // A string as appendQuoted writes it.
     String quoted();
 
+    // What stands here, as errors show it: cut short, in quotes.
+    std::string found() const;
     // Throws a TextException that names this position and what stands there.
     [[noreturn]] void fail(std::string_view expected) const;
 

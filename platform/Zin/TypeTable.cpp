@@ -48,15 +48,20 @@ TypeTable::TypeTable(std::span<const std::uint8_t> bytes) noexcept : bytes_(byte
     recordsAt_ = word(typeTable::recordsAt, 4);
     typeNamesAt_ = word(typeTable::typeNamesAt, 4);
     attributeNamesAt_ = word(typeTable::attributeNamesAt, 4);
-    const auto fits = [&](std::size_t at, std::uint32_t count, std::size_t size) {
-        return at <= bytes.size() && count <= (bytes.size() - at) / size;
-    };
     const std::uint32_t types = word(typeCountAt, 2);
     const std::uint32_t records = word(recordCountAt, 2);
     const std::uint32_t references = word(referenceCountAt, 2);
-    const bool sound = fits(referencesAt_, references, 2) && fits(typesAt_, types, typeSize) &&
-                       fits(recordsAt_, records, recordSize) &&
-                       typeNamesAt_ <= attributeNamesAt_ && attributeNamesAt_ < bytes.size();
+    // The parts follow each other: each ends before the next begins.
+    const auto fits =
+        [](std::size_t at, std::uint32_t count, std::size_t size, std::size_t end) {
+            return at <= end && count <= (end - at) / size;
+        };
+    const bool sound = referencesAt_ >= headerSize &&
+                       fits(referencesAt_, references, 2, typesAt_) &&
+                       fits(typesAt_, types, typeSize, recordsAt_) &&
+                       fits(recordsAt_, records, recordSize, typeNamesAt_) &&
+                       typeNamesAt_ <= attributeNamesAt_ && attributeNamesAt_ < bytes.size() &&
+                       bytes[attributeNamesAt_] == 0;
     if (!sound) return;
     types_ = types;
     records_ = records;

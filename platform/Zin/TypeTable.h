@@ -4,7 +4,8 @@
 //
 // TypeTable reads one, from those bytes alone. It checks every offset before it is used: bytes
 // that are no table read as a table without types, and what a damaged one names beyond its end
-// reads as empty. It owns nothing.
+// reads as empty; kinds are handed out as they stand. It owns nothing: the bytes must outlive
+// it and what it returns. Making one takes constant time.
 
 #pragma once
 

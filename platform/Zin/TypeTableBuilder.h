@@ -361,14 +361,16 @@ struct Builder {
     }
 };
 
-// A running hash of what two builds must agree on to read each other's messages.
+// A running hash of what two builds must agree on to read each other's messages. Every list is
+// preceded by its length, so that no two descriptions are hashed as the same sequence.
+// Enumerators are no part of it: a number travels whether or not it has a name.
 class Fingerprint {
   public:
     constexpr void add(std::uint64_t word) {
         state_ = hashing::mixed(state_ ^ word) + 0x9e3779b97f4a7c15;
     }
     constexpr void add(std::string_view text) {
-        add(text.size());
+        add(std::uint64_t{text.size()});
         for (const char c : text)
             add(static_cast<std::uint64_t>(static_cast<unsigned char>(c)));
     }
@@ -376,6 +378,7 @@ class Fingerprint {
     constexpr void add(const ValueInfo* type) {
         if (!type) return add(std::uint64_t{0});
         add(type->name);
+        add(std::uint64_t{type->fields.size()});
         for (const FieldInfo& field : type->fields) {
             add(field.name);
             add(field.type);
@@ -387,11 +390,14 @@ class Fingerprint {
     }
     constexpr void add(const EntityTypeInfo& type) {
         add(type.name);
+        add(std::uint64_t{type.constructorArguments.size()});
         for (const ValueInfo* const argument : type.constructorArguments) add(argument);
+        add(std::uint64_t{type.attributes.size()});
         for (const AttributeInfo& attribute : type.attributes) {
-            add(attribute.id);
+            add(std::uint64_t{attribute.id});
             add(attribute.name);
             add(static_cast<std::uint64_t>(attribute.kind));
+            add(std::uint64_t{attribute.streamed});
             if (!attribute.streamed) continue;
             add(attribute.key);
             if (attribute.childType) {
@@ -409,8 +415,10 @@ class Fingerprint {
 
 }  // namespace typeTable
 
+// Aligned like the pools inside of it.
 template <const auto& types>
-inline constexpr auto compiledTypeTable = typeTable::Builder<types>::bytes();
+alignas(typeTable::poolAlignment) inline constexpr auto compiledTypeTable =
+    typeTable::Builder<types>::bytes();
 
 consteval std::uint64_t fingerprintOf(std::span<const TypeInfo> types) {
     typeTable::Fingerprint fingerprint;

@@ -7,6 +7,7 @@
 #include "Zin/Assert.h"
 #include "Zin/Enum.h"
 #include "Zin/Exceptions.h"
+#include "Zin/Module.h"
 #include "Zin/ValueInfoOf.h"
 
 namespace Zin {
@@ -56,18 +57,50 @@ std::size_t utf8Length(std::string_view text) {
     return 0;
 }
 
-// Reads the fields in their order; an error is passed on with the field's name.
-void readField(TextReader& reader, const FieldInfo& field, void* value) {
-    const std::size_t start = reader.position();
+[[noreturn]] void failForCollection(const ValueInfo& type) {
+    const ZinModule* const module = typeNamed(type.name).module;
+    const std::string condition = "!\"No String constructor for " +
+                                  std::string(unqualified(type.name)) + " - has collection\"";
+    const std::string source(module ? module->name : "ValueInfo");
+    assertionFailed(condition.c_str(), source.c_str(), __LINE__, __func__);
+}
+
+void readValue(TextReader& reader, const ValueInfo& type, void* value);
+
+// Runs read(), which reads the field's value; an error is passed on with the field's name.
+template <class Read>
+void named(TextReader& reader, std::string_view fieldName, const Read& read) {
+    const TextReader start = reader;
     try {
-        readText(reader, *field.type, field.mutableIn(value));
+        read();
     } catch (const TextException& e) {
-        throw TextException(e, field.name);
+        throw TextException(e, fieldName);
+    } catch (const TextRangeException& e) {
+        throw TextRangeException(e, fieldName);
     } catch (const RangeException& e) {
-        throw RangeException(
-            "field '" + std::string(field.name) + "' at " + std::to_string(start) + ": " +
-            e.what());
+        throw TextRangeException(
+            start.position(),
+            fieldName,
+            std::string(e.what()) + ", found " + start.found());
     }
+}
+
+void readFieldOf(TextReader& reader, const FieldInfo& field, void* value) {
+    named(reader, field.name, [&] { readValue(reader, *field.type, field.mutableIn(value)); });
+}
+
+// REQUIRES: no collection is inside.
+void readValue(TextReader& reader, const ValueInfo& type, void* value) {
+    if (type.readText) return type.readText(reader, value);
+    if (type.isWrapper()) return readFieldOf(reader, type.fields[0], value);
+    reader.need("Value('" + std::string(type.name) + "', ** {");
+    std::string_view separator;
+    for (const FieldInfo& field : type.fields) {
+        reader.need(std::string(separator) + '\'' + std::string(field.name) + "': ");
+        readFieldOf(reader, field, value);
+        separator = ", ";
+    }
+    reader.need("})");
 }
 
 }  // namespace
@@ -207,16 +240,16 @@ void appendText(std::string& text, const ValueInfo& type, const void* value) {
 }
 
 void readText(TextReader& reader, const ValueInfo& type, void* value) {
-    if (type.readText) return type.readText(reader, value);
-    if (type.isWrapper()) return readField(reader, type.fields[0], value);
-    reader.need("Value('" + std::string(type.name) + "', ** {");
-    std::string_view separator;
-    for (const FieldInfo& field : type.fields) {
-        reader.need(std::string(separator) + '\'' + std::string(field.name) + "': ");
-        readField(reader, field, value);
-        separator = ", ";
-    }
-    reader.need("})");
+    if (type.holdsCollection()) failForCollection(type);
+    readValue(reader, type, value);
+}
+
+void readField(
+    TextReader& reader,
+    std::string_view fieldName,
+    const ValueInfo& type,
+    void* value) {
+    named(reader, fieldName, [&] { readText(reader, type, value); });
 }
 
 }  // namespace Zin

@@ -91,14 +91,24 @@ struct ValueInfo {
 // Appends the text of a value. Linear in the length of the text.
 ZIN_EXPORT void appendText(std::string& text, const ValueInfo& type, const void* value);
 
-// Reads a value from where the reader stands. Throws a TextException that names the field, and
-// a RangeException; then `value` holds something, but nothing of use. A type that holds a
-// collection cannot be read: fatal assertion. Linear in what is read.
+// Reads a value from where the reader stands. Throws a TextException or a TextRangeException
+// that names the field, or a RangeException where there is no field; then `value` holds
+// something, but nothing of use. A type that holds a collection cannot be read: fatal
+// assertion, in the name of the module that the type belongs to. Linear in what is read.
 ZIN_EXPORT void readText(TextReader& reader, const ValueInfo& type, void* value);
+// The same for the value of a field, which errors name.
+ZIN_EXPORT void
+readField(TextReader& reader, std::string_view fieldName, const ValueInfo& type, void* value);
 
 // Appends a string in single quotes; quotes, backslashes, control characters and bytes that are
 // no UTF-8 are escaped, so that the text is UTF-8 whatever the string holds.
 ZIN_EXPORT void appendQuoted(std::string& text, std::string_view bytes);
+
+// "TimeRange" of "Pseudowire::TimeRange".
+constexpr std::string_view unqualified(std::string_view typeName) {
+    const std::size_t colon = typeName.rfind(':');
+    return colon == std::string_view::npos ? typeName : typeName.substr(colon + 1);
+}
 
 // RFC 3629: well-formed, without surrogates and overlong forms.
 ZIN_EXPORT bool isUtf8(std::string_view bytes) noexcept;

@@ -10,6 +10,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <random>
 #include <string>
 #include <string_view>
@@ -50,11 +51,35 @@ struct RandomOf {
         } else if constexpr (std::floating_point<T>) {
             return static_cast<T>(static_cast<std::int32_t>(random())) / 1024;
         } else if constexpr (std::same_as<T, Zin::String>) {
-            constexpr std::string_view awkward("'\\,\n\0 :x\xc3", 9);
-            std::string bytes(below(random, 6), ' ');
-            for (char& byte : bytes) {
-                byte = below(random, 2) ? awkward[below(random, awkward.size())]
-                                        : static_cast<char>('a' + below(random, 26));
+            // Quotes, what escapes look like, control characters; UTF-8 of two to four bytes,
+            // cut off, overlong, a surrogate, beyond the last character.
+            using namespace std::string_view_literals;
+            constexpr std::string_view awkward[] = {
+                "'"sv,
+                "\\"sv,
+                "\\x41"sv,
+                ", '"sv,
+                "})"sv,
+                "\n"sv,
+                "\0"sv,
+                "\x7f"sv,
+                "\xc3\xa9"sv,
+                "\xe2\x82\xac"sv,
+                "\xf0\x9f\x98\x80"sv,
+                "\xc3"sv,
+                "\xe2\x82"sv,
+                "\xf0\x9f\x98"sv,
+                "\x80"sv,
+                "\xc0\xaf"sv,
+                "\xed\xa0\x80"sv,
+                "\xf5\x80\x80\x80"sv};
+            std::string bytes;
+            for (std::size_t left = below(random, 6); left != 0; --left) {
+                if (below(random, 2)) {
+                    bytes += awkward[below(random, std::size(awkward))];
+                } else {
+                    bytes += static_cast<char>('a' + below(random, 26));
+                }
             }
             return Zin::String(bytes);
         } else if constexpr (describe::Described<T>) {
@@ -63,6 +88,17 @@ struct RandomOf {
                 field.in(value) = randomValue<typename decltype(field)::Value>(random);
             });
             return value;
+        } else if constexpr (requires(T & collection) { collection.members(); }) {
+            T collection;
+            for (std::size_t left = below(random, 4); left != 0; --left) {
+                const auto key = randomValue<typename T::Key>(random);
+                if constexpr (std::is_void_v<typename T::Value>) {
+                    collection.put(key);
+                } else {
+                    collection.put(key, randomValue<typename T::Value>(random));
+                }
+            }
+            return collection;
         } else {
             T bytes{};
             for (auto& byte : bytes)

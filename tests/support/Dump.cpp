@@ -1,5 +1,7 @@
 #include "support/Dump.h"
 
+#include <set>
+
 #include "Zin/ValueInfo.h"
 
 namespace support {
@@ -20,7 +22,24 @@ std::string nameOf(const AttributeInfo& attribute, const void* key) {
 
 std::string textOf(const Zin::ValueInfo* type, const void* value) {
     std::string text;
-    if (type && value) Zin::appendText(text, *type, value);
+    if (!type || !value) return text;
+    Zin::appendText(text, *type, value);
+    // Of collections inside, that text says nothing.
+    for (const Zin::FieldInfo& field : type->fields) {
+        if (!field.type->collection) continue;
+        struct Members {
+            const Zin::CollectionInfo& of;
+            std::set<std::string> texts;
+        } members{*field.type->collection, {}};
+        members.of.forEachMember(
+            field.in(value),
+            [](void* to, const void* key, const void* member) {
+                auto& [of, texts] = *static_cast<Members*>(to);
+                texts.insert(textOf(of.key, key) + " -> " + textOf(of.value, member));
+            },
+            &members);
+        for (const std::string& member : members.texts) text += ", " + member;
+    }
     return text;
 }
 

@@ -2,8 +2,14 @@
 
 #include "frame/TypeModule.h"
 
-constinit const Zin::ZinModule _Lab_0_zinModule =
-    frame::moduleOf<Lab::Colour, Lab::Bench, Lab::Sample, Lab::Rack, Lab::Slot>("Lab");
+constinit const Zin::ZinModule _Lab_0_zinModule = frame::moduleOf<
+    Lab::Colour,
+    Lab::Bench,
+    Lab::Sample,
+    Lab::Rack,
+    Lab::Slot,
+    Lab::Reagent,
+    Lab::Mixture>("Lab");
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include "Zin/HSet.h"
 #include "Zin/HashMap2018.h"
 #include "Zin/RbTreeMap.h"
+#include "Zin/Strep.h"
 #include "Zin/Value.h"
 #include "frame/Entity.h"
 #include "frame/Reactor.h"
@@ -31,6 +32,8 @@ consteval auto enumeration(Colour) {
         {{red, "red"}, {green, "green"}, {violet, "violet"}});
 }
 
+using Zin::operator<<, Zin::sequenceToValue, Zin::stringValue, Zin::valueToStrep;
+
 // A value whose key is one of its fields.
 class Reagent : public Zin::Value<Reagent> {
   public:
@@ -44,13 +47,48 @@ class Reagent : public Zin::Value<Reagent> {
 
     Reagent() = default;
     Reagent(const Zin::String& name, std::int32_t grams) : name_(name), grams_(grams) {}
+    Reagent(Zin::String::IteratorConst& it, const Zin::String::IteratorConst& end)
+        : Reagent(Zin::parsed<Reagent>(it, end)) {}
 
     const Zin::String& name() const { return name_; }
+
+    Zin::String toStrep() const {
+        return Zin::shortForm({{"name", name_}, {"grams", grams_}, {"heavy", grams_ > 1000}});
+    }
 
   private:
     Zin::String name_;
     std::int32_t grams_ = 0;
     Colour colour_ = Colour::green;
+};
+
+// A value that holds collections.
+class Mixture : public Zin::Value<Mixture> {
+    struct ShareNode
+        : Zin::HashMap2018NodeExternKey<false, 13, Zin::String, std::uint32_t, false> {};
+
+  public:
+    static constexpr bool ordered = false;
+    static constexpr bool hashed = false;
+
+    static consteval auto schema() {
+        return describe::value(
+            "Lab::Mixture",
+            describe::field<&Mixture::stirred_>("stirred"),
+            describe::field<&Mixture::solvents_>("solvents"),
+            describe::field<&Mixture::shares_>("shares"));
+    }
+
+    void stirredIs(bool stirred) { stirred_ = stirred; }
+    void solventsIs(const Reagent& solvent) { solvents_.put(solvent); }
+    void sharesIs(const Zin::String& name, std::uint32_t percent) {
+        shares_.put(name, percent);
+    }
+
+  private:
+    bool stirred_ = false;
+    Zin::HSet<Reagent, 12> solvents_;
+    Zin::HashMap2018<ShareNode, Zin::String, std::uint32_t> shares_;
 };
 
 struct NameOf {
@@ -120,6 +158,14 @@ class Slot final : public frame::EntityOf<Slot>, public Zin::RbTreeNode {
     Zin::Ptr<Sample> sampleIs(const Zin::String& name) { return childIs<&Slot::sample_>(name); }
     const auto& sample() const { return sample_; }
 
+    // A dump of its own.
+    void dumpState(const Quib::DumpContextPtr& context, unsigned indent) const {
+        const frame::Dump body = frame::Dump(context, indent).header("Slot", name());
+        const frame::Dump samples = body.collection("sample", sample_.members());
+        for (auto it = sample_.iteratorConst(); it; ++it) samples.child(it.value().get());
+        body.attribute("label", label_);
+    }
+
     Slot(frame::Construct construct, const Zin::String& name) : EntityOf(construct, name) {}
 
   private:
@@ -144,6 +190,7 @@ class Rack final : public frame::EntityOf<Rack> {
             frame::attribute<260, &Rack::slot_, &Notifiee::onSlot>("slot"),
             frame::attribute<261, &Rack::spare_, &Notifiee::onSpare>("spare"));
     }
+    static constexpr frame::DumpStyle dumpStyle = frame::DumpStyle::assigning;
     using ConstructorArguments = std::tuple<Zin::String, bool>;
     static constexpr frame::AttributeId constructorAttributeIds[] = {0, 258};
     ConstructorArguments constructorArguments() const { return {entityName(), cooled_}; }
@@ -203,7 +250,9 @@ class Bench final : public frame::EntityOf<Bench> {
             frame::attribute<274, &Bench::sample_, &Notifiee::onName>("sample"),
             frame::attribute<275, &Bench::spare_, &Notifiee::onSpare>("spare"),
             frame::attribute<276, &Bench::step_, &Notifiee::onNumber>("step"),
-            frame::attribute<277, &Bench::stock_, &Notifiee::onName>("stock"));
+            frame::attribute<277, &Bench::stock_, &Notifiee::onName>("stock"),
+            frame::attribute<278, &Bench::mixture_, &Notifiee::onName>("mixture"),
+            frame::function<279, &Bench::dumpState>("dumpState"));
     }
     static constexpr bool isRoot = true;
 
@@ -222,6 +271,10 @@ class Bench final : public frame::EntityOf<Bench> {
     const auto& reagent() const { return reagent_; }
     void reagentIs(const Reagent& reagent) { memberIs<&Bench::reagent_>(reagent); }
     void reagentDel(const Zin::String& name) { memberDel<&Bench::reagent_>(name); }
+    void tagIs(std::uint32_t tag) { memberIs<&Bench::tag_>(tag); }
+    void mixtureIs(const Zin::String& name, const Mixture& mixture) {
+        memberIs<&Bench::mixture_>(name, mixture);
+    }
     std::uint32_t racks() const { return rack_.members(); }
     const auto& rack() const { return rack_; }
     Zin::Ptr<Rack> rack(const Zin::String& name) const { return frame::childIn(rack_, name); }
@@ -243,6 +296,8 @@ class Bench final : public frame::EntityOf<Bench> {
         : Zin::HashMap2018NodeExternKey<false, 5, std::uint32_t, Zin::String, false> {};
     struct ReagentNode
         : Zin::HashMap2018NodeInternalKey<false, 6, Zin::String, Reagent, NameOf, false> {};
+    struct MixtureNode : Zin::HashMap2018NodeExternKey<false, 14, Zin::String, Mixture, false> {
+    };
     struct StepNode : Zin::RbTreeMapNodeExternKey<std::uint32_t, Zin::String> {};
     struct StockNode : Zin::RbTreeMapNodeInternalKey<Zin::String, Reagent, NameOf> {};
 
@@ -265,6 +320,7 @@ class Bench final : public frame::EntityOf<Bench> {
     Zin::Ptr<Sample> spare_;
     Zin::RbTreeMap<StepNode, std::uint32_t, Zin::String> step_;
     Zin::RbTreeMap<StockNode, Zin::String, Reagent> stock_;
+    Zin::HashMap2018<MixtureNode, Zin::String, Mixture> mixture_;
 };
 
 }  // namespace Lab

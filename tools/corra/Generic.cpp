@@ -50,7 +50,6 @@ std::vector<Zin::Any> constructorArgumentsOf(const Zin::Entity& entity) {
             to.all.emplace_back(*to.types[to.all.size()], argument);
         },
         &arguments);
-    arguments.all.erase(arguments.all.begin());
     return std::move(arguments.all);
 }
 
@@ -66,12 +65,11 @@ childOf(const Zin::Entity& entity, const Zin::AttributeInfo& attribute, const vo
 Zin::Ptr<Zin::Entity> makeChild(
     Zin::Entity& entity,
     const Zin::AttributeInfo& attribute,
-    const void* key,
-    const std::vector<Zin::Any>& moreArguments) {
+    const std::vector<Zin::Any>& arguments) {
     std::vector<const void*> pointers;
-    for (const Zin::Any& argument : moreArguments) pointers.push_back(argument.get());
-    operate(entity, attribute, AttributeOp::set, key, pointers.data());
-    return childOf(entity, attribute, key);
+    for (const Zin::Any& argument : arguments) pointers.push_back(argument.get());
+    operate(entity, attribute, AttributeOp::set, pointers[0], pointers.data() + 1);
+    return childOf(entity, attribute, pointers[0]);
 }
 
 void set(

@@ -62,15 +62,17 @@ json jsonOf(const Entity& entity, const AttributeInfo& attribute) {
     }
     const Entity* const child = attribute.child(entity);
     if (!child) return nullptr;
+    const Zin::Any name = constructorArgumentsOf(*child)[0];
     json object = json::object();
-    object[stringOf(child->name())] = jsonOf(*child);
+    object[keyTextOf(*name.type(), name.get())] = jsonOf(*child);
     return object;
 }
 
 json jsonOf(const Entity& entity) {
     json object = json::object();
-    for (const AttributeInfo& attribute : entity.fwkType().info()->attributes) {
-        if (isInStateFile(attribute)) {
+    const EntityTypeInfo& type = *entity.fwkType().info();
+    for (const AttributeInfo& attribute : type.attributes) {
+        if (isInStateFile(type, attribute)) {
             object[std::string(attribute.name)] = jsonOf(entity, attribute);
         }
     }
@@ -97,21 +99,23 @@ void readChild(
     const json& found,
     Entity& entity,
     const AttributeInfo& attribute,
-    const void* key) {
+    const Zin::Any& key) {
     const json::object_t& object = objectAt(place, found);
-    std::vector<Zin::Any> arguments;
-    for (const AttributeInfo* const parameter : constructorParameters(*attribute.childType)) {
-        const StatePlace at(place, parameter->name);
-        const auto argument = object.find(std::string(parameter->name));
+    std::vector<Zin::Any> arguments{key};
+    const EntityTypeInfo& type = *attribute.childType;
+    for (const Zin::AttributeId id : type.constructorAttributeIds.subspan(1)) {
+        const AttributeInfo& parameter = *type.attribute(id);
+        const StatePlace at(place, parameter.name);
+        const auto argument = object.find(std::string(parameter.name));
         if (argument == object.end()) {
             at.fail(
-                "expected what a " + std::string(attribute.childType->name) + " is made with");
+                "expected what a " + std::string(type.name) + " is made with, found nothing");
         }
-        arguments.emplace_back(*parameter->value);
-        readValue(at, argument->second, *parameter->value, arguments.back().get());
+        arguments.emplace_back(*parameter.value);
+        readValue(at, argument->second, *parameter.value, arguments.back().get());
     }
     Zin::Ptr<Entity> child;
-    changeAt(place, [&] { child = makeChild(entity, attribute, key, arguments); });
+    changeAt(place, [&] { child = makeChild(entity, attribute, arguments); });
     if (!child) place.fail("expected a child, found that it was not made");
     readEntity(place, found, *child);
 }
@@ -125,7 +129,7 @@ void readMember(
     if (attribute.member(entity, key.get()).present) {
         place.fail("expected each key once, found it again");
     }
-    if (attribute.childType) return readChild(place, found, entity, attribute, key.get());
+    if (attribute.childType) return readChild(place, found, entity, attribute, key);
     Zin::Any value(*attribute.value);
     if (isObjectOfFields(*attribute.value)) {
         const std::string_view keyField = fieldInKey(attribute);
@@ -185,8 +189,9 @@ void readSingleChild(
     }
     const auto& [name, child] = *found.get_ref<const json::object_t&>().begin();
     const StatePlace at(place, name);
-    const Zin::String childName = readString(at, name);
-    readChild(at, child, entity, attribute, &childName);
+    Zin::Any childName(*attribute.childType->constructorArguments[0]);
+    readKey(at, name, *childName.type(), childName.get());
+    readChild(at, child, entity, attribute, childName);
 }
 
 // The constructor parameters were read before the entity was made.
@@ -195,7 +200,7 @@ void readEntity(const StatePlace& place, const json& found, Entity& entity) {
     for (const auto& [name, member] : objectAt(place, found)) {
         const StatePlace at(place, name);
         const AttributeInfo* const attribute = type.attribute(std::string_view(name));
-        if (!attribute || !isInStateFile(*attribute)) {
+        if (!attribute || !isInStateFile(type, *attribute)) {
             at.fail(
                 "expected an attribute of " + std::string(type.name) +
                 " that can be set, found " + inJson(name));
@@ -264,16 +269,10 @@ void readRoot(
 
 }  // namespace
 
-bool isInStateFile(const AttributeInfo& attribute) {
-    return attribute.writable || attribute.kind == AttributeKind::constructorParameter;
-}
-
-std::vector<const AttributeInfo*> constructorParameters(const EntityTypeInfo& type) {
-    std::vector<const AttributeInfo*> parameters;
-    for (const Zin::AttributeId id : type.constructorAttributeIds) {
-        if (id != 0) parameters.push_back(type.attribute(id));
-    }
-    return parameters;
+bool isInStateFile(const EntityTypeInfo& type, const AttributeInfo& attribute) {
+    const bool isArgument = attribute.kind == AttributeKind::constructorParameter &&
+                            attribute.id != type.constructorAttributeIds[0];
+    return attribute.writable || isArgument;
 }
 
 std::string_view fieldInKey(const AttributeInfo& collection) {

@@ -11,7 +11,6 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "Zin/Module.h"
 #include "corra/Roots.h"
@@ -35,10 +34,9 @@ Roots readState(std::string_view text, std::string_view file);
 // Throws std::system_error when the file cannot be read.
 Roots readStateFile(const std::string& file);
 
-// Whether a state file carries the attribute: what can be set, and what an entity is made with.
-bool isInStateFile(const Zin::AttributeInfo& attribute);
-// The attributes that an entity is made with, behind its name.
-std::vector<const Zin::AttributeInfo*> constructorParameters(const Zin::EntityTypeInfo& type);
+// Whether a state file carries the attribute of a type: what can be set, and what entities are
+// made with behind their name or key.
+bool isInStateFile(const Zin::EntityTypeInfo& type, const Zin::AttributeInfo& attribute);
 // The field of a collection's values that their key is written in place of; empty for none.
 std::string_view fieldInKey(const Zin::AttributeInfo& collection);
 

@@ -179,10 +179,11 @@ class Definitions {
         json properties = json::object();
         json required = json::array();
         for (const AttributeInfo& attribute : type.attributes) {
-            if (!isInStateFile(attribute)) continue;
-            properties[std::string(attribute.name)] = schemaOf(attribute);
+            if (!isInStateFile(type, attribute)) continue;
+            const std::string name(attribute.name);
+            properties[name] = schemaOf(attribute);
             if (attribute.kind == AttributeKind::constructorParameter) {
-                required.push_back(std::string(attribute.name));
+                required.push_back(name);
             }
         }
         json schema = object(std::move(properties));

@@ -54,13 +54,11 @@ void updateChild(
     const Entity& wanted) {
     const auto arguments = constructorArgumentsOf(wanted);
     Ptr<Entity> child = childOf(target, attribute, key);
-    if (child &&
-        (child->name() != wanted.name() || !(constructorArgumentsOf(*child) == arguments))) {
+    if (child && !(constructorArgumentsOf(*child) == arguments)) {
         del(target, attribute, key);
         child = nullptr;
     }
-    if (!child) child = makeChild(target, attribute, key, arguments);
-    // A reactor may have deleted it at once.
+    if (!child) child = makeChild(target, attribute, arguments);
     if (child) updateAll(*child, wanted);
 }
 
@@ -76,8 +74,7 @@ void updateChildren(Entity& target, const Entity& source, const AttributeInfo& a
 
 void updateSingleChild(Entity& target, const Entity& source, const AttributeInfo& attribute) {
     if (const Entity* const wanted = attribute.child(source)) {
-        const Zin::String name = wanted->name();
-        updateChild(target, attribute, &name, *wanted);
+        updateChild(target, attribute, nullptr, *wanted);
     } else if (attribute.child(target)) {
         del(target, attribute, nullptr);
     }
@@ -116,7 +113,10 @@ void update(Entity& target, const Entity& source) {
     if (target.fwkType() != source.fwkType()) {
         Zin::GenericIfImpl::throwTypeException(source.fwkType(), target.fwkType());
     }
-    if (!(constructorArgumentsOf(target) == constructorArgumentsOf(source))) {
+    auto made = constructorArgumentsOf(target);
+    // Roots of different names may be brought to one state.
+    made[0] = constructorArgumentsOf(source)[0];
+    if (!(made == constructorArgumentsOf(source))) {
         throw Zin::Exception(
             std::string(target.fwkType().name()) + " '" + std::string(target.name().view()) +
             "': made with other arguments than its source");

@@ -7,6 +7,7 @@
 
 #include <utility>
 
+#include "Routing/Rib/Strep.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
 

@@ -1,0 +1,256 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "Pseudowire/Dot1qTagOperation.h"
+#include "Pseudowire/PseudowireConfig.h"
+#include "Pseudowire/PseudowireConnectorStatus.h"
+#include "Pseudowire/PseudowireLdpStatusFlags.h"
+#include "Pseudowire/VidNormalization.h"
+#include "Zin/Format.h"
+#include "Zin/Strep.h"
+#include "laws/RandomPlatformValues.h"
+#include "support/LabTypes.h"
+
+namespace {
+
+using Iterator = Zin::String::IteratorConst;
+
+using LabTypes = testing::Types<Lab::Reagent, Lab::Mixture>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Lab, ValueLaws, LabTypes);
+
+// --- Enumerations ---
+
+// Returns the name of the enumeration, whose functions are all found beside it.
+template <class E>
+std::string familyHolds() {
+    const auto holds = [](E value, std::string_view name) {
+        EXPECT_EQ(valueToStrep(value), name);
+        EXPECT_EQ(stringValue(value), name);
+        std::ostringstream streamed;
+        streamed << value;
+        EXPECT_EQ(streamed.str(), name);
+        const Zin::String text = std::string(name) + ", ";
+        Iterator it = text.begin();
+        E read{};
+        sequenceToValue(it, text.end(), &read);
+        EXPECT_EQ(read, value);
+        Zin::needString(it, text.end(), ", ");
+        Zin::strepToValueEnd(it, text.end());
+    };
+    std::set<std::uint32_t> numbers;
+    for (const auto& named : describe::enumerationOf<E>.enumerators) {
+        holds(static_cast<E>(named.number), named.name);
+        numbers.insert(named.number);
+    }
+    std::uint32_t unnamed = 0;
+    while (numbers.contains(unnamed)) ++unnamed;
+    holds(static_cast<E>(unnamed), std::to_string(unnamed));
+    const std::string number = std::to_string(*numbers.begin());
+    EXPECT_THROW(Zin::strepToValue<E>(number, nullptr), Zin::TextException);
+    return std::string(describe::enumerationOf<E>.typeName);
+}
+
+template <class... Enumerations>
+std::set<std::string> familiesHold() {
+    return {familyHolds<Enumerations>()...};
+}
+
+TEST(Enumerations, AllHaveTheirFamily) {
+    using namespace Pseudowire;
+    const std::set<std::string> tested = familiesHold<
+        Vorn::AddressFamily,
+        ConnectorType,
+        Dot1qTagOperation,
+        FlowLabelDirection,
+        Fxc::VidNormalization,
+        GroupIdAllocation,
+        PseudowireConnectorStatus,
+        PseudowireLdpStatusFlag,
+        PseudowireType,
+        QosMapType,
+        VccvCcType,
+        VccvCvType,
+        Lab::Colour>();
+    Zin::forEachModule([&](const Zin::ZinModule& module) {
+        for (const Zin::TypeInfo& type : module.types) {
+            if (!type.value || type.value->kind != Zin::ValueKind::enumeration) continue;
+            EXPECT_TRUE(tested.contains(std::string(type.name()))) << type.name();
+        }
+    });
+    EXPECT_EQ(Pseudowire::valueToStrep(GroupIdAllocation::byPort), "byPort");
+    EXPECT_EQ(Pseudowire::Fxc::valueToStrep(Fxc::VidNormalization::double_), "double");
+    EXPECT_EQ(Bridging::valueToStrep(Bridging::VlanId(7)), "7");
+}
+
+// --- Reading ---
+
+TEST(Strep, IsReadPieceByPieceByHand) {
+    const Zin::String text("{'mtu': 1500, 'up': True, 'port': swp1}");
+    Iterator it = text.begin();
+    const Iterator end = text.end();
+    Zin::needString(it, end, "{'mtu': ");
+    EXPECT_EQ(Zin::deserializeAttr<std::uint16_t>(it, end, "mtu"), 1500);
+    const Iterator before = it;
+    EXPECT_THROW(Zin::needString(it, end, "; "), Zin::TextException);
+    EXPECT_EQ(it, before) << "a failure moves nothing";
+    EXPECT_THROW(Zin::strepToValueEnd(it, end), Zin::TextException);
+    Zin::needString(it, end, ", 'up': ");
+    EXPECT_TRUE(Zin::deserializeAttr<bool>(it, end, "up"));
+    try {
+        Zin::deserializeAttr<bool>(it, end, "port");
+        ADD_FAILURE();
+    } catch (const Zin::TextException& e) {
+        EXPECT_EQ(e.position(), 0u);
+        EXPECT_EQ(e.field(), "port");
+    }
+    Zin::needString(it, end, ", 'port': ");
+    EXPECT_EQ(Zin::deserializeAttr<Vorn::IntfId>(it, end, "port").stringValue(), "swp1");
+    Zin::needString(it, end, "}");
+    Zin::strepToValueEnd(it, end);
+    // Never beyond the end that was given.
+    it = before;
+    EXPECT_THROW(Zin::needString(it, before, ","), Zin::TextException);
+}
+
+TEST(Strep, ParseConstructorReadsFromTheMiddle) {
+    const Lab::Reagent salt("salt's", -5);
+    const Zin::String text = Zin::format("[%s]", valueToStrep(salt).c_str());
+    EXPECT_EQ(
+        text,
+        "[Value('Lab::Reagent', ** {'name': 'salt\\'s', 'grams': -5, 'colour': green})]");
+    Iterator it = text.begin();
+    Zin::needString(it, text.end(), "[");
+    EXPECT_EQ(Lab::Reagent(it, text.end()), salt);
+    Zin::needString(it, text.end(), "]");
+    Zin::strepToValueEnd(it, text.end());
+}
+
+TEST(Strep, ErrorsSayWhatWasExpectedWhereAndWhatWasFound) {
+    const std::string range = "Value('Pseudowire::TimeRange', ** {";
+    const std::string connector(valueToStrep(Pseudowire::Connector()).view());
+    const auto with = [&](const char* from, const char* to) {
+        std::string text = connector;
+        return text.replace(text.find(from), std::string_view(from).size(), to);
+    };
+    const auto timeRange = [](const std::string& text) {
+        Zin::strepToValue<Pseudowire::TimeRange>(text, nullptr);
+    };
+    const auto wholeConnector = [](const std::string& text) {
+        Zin::strepToValue<Pseudowire::Connector>(text, nullptr);
+    };
+    const struct {
+        std::string text;
+        void (*read)(const std::string&);
+        const char* error;
+    } cases[]{
+        {"",
+         timeRange,
+         "expected 'Value(\\'Pseudowire::TimeRange\\', ** {' at position 0, found the end of "
+         "the text"},
+        {range + "'min': x",
+         timeRange,
+         "field 'min' at position 42: expected a floating-point number, found 'x'"},
+        {range + "'min': 1, 'most': 2})",
+         timeRange,
+         "expected ', \\'max\\': ' at position 43, found ', \\'most\\': 2})'"},
+        {range + "'min': 1, 'max': 2}).",
+         timeRange,
+         "expected the end of the text at position 55, found '.'"},
+        {with("'pwStatusTlv': True", "'pwStatusTlv': yes"),
+         wholeConnector,
+         "field 'pwStatusTlv' at position 122: expected True or False, found 'yes, "
+         "\\'localVpwsId\\': 0, \\''..."},
+        {with("'dot1qEncap': <0,0>", "'dot1qEncap': <1,4095>"),
+         wholeConnector,
+         "field 'dot1qEncap' at position 68: Bridging::VlanIdOrNone::value > 4094 not allowed, "
+         "found '<1,4095>, \\'ldpKey\\': none'..."},
+    };
+    for (const auto& c : cases) {
+        try {
+            c.read(c.text);
+            ADD_FAILURE() << c.text;
+        } catch (const Zin::Exception& e) {
+            EXPECT_STREQ(e.what(), c.error);
+        }
+    }
+}
+
+TEST(Strep, ValuesInsideOfValuesAreNamedWithDots) {
+    const std::string nested = "Value('Lab::Pair', ** {'vlan': Value('Lab::Inner', ** {'id': ";
+    const auto inner = [](Zin::TextReader& reader, void*) {
+        reader.need("7");
+        throw Zin::RangeException("too much");
+    };
+    Zin::ValueInfo leaf{};
+    leaf.kind = Zin::ValueKind::text;
+    leaf.readText = inner;
+    const auto same = [](const void* value) {
+        return value;
+    };
+    const Zin::FieldInfo innerFields[]{{"id", same, &leaf}};
+    Zin::ValueInfo innerType{};
+    innerType.name = "Lab::Inner";
+    innerType.kind = Zin::ValueKind::fields;
+    innerType.fields = innerFields;
+    const Zin::FieldInfo pairFields[]{{"vlan", same, &innerType}};
+    Zin::ValueInfo pair = innerType;
+    pair.name = "Lab::Pair";
+    pair.fields = pairFields;
+    for (const bool outOfRange : {true, false}) {
+        const std::string text = nested + (outOfRange ? "7})})" : "8})})");
+        Zin::TextReader reader(text);
+        try {
+            Zin::readText(reader, pair, nullptr);
+            ADD_FAILURE();
+        } catch (const Zin::TextRangeException& e) {
+            EXPECT_TRUE(outOfRange);
+            EXPECT_EQ(e.field(), "vlan.id");
+            EXPECT_EQ(e.position(), nested.size());
+        } catch (const Zin::TextException& e) {
+            EXPECT_FALSE(outOfRange);
+            EXPECT_EQ(e.field(), "vlan.id");
+            EXPECT_EQ(e.position(), nested.size());
+        }
+    }
+}
+
+TEST(Strep, OfACollectionIsNoneAndCannotBeRead) {
+    Lab::Mixture mixture;
+    mixture.stirredIs(true);
+    mixture.solventsIs(Lab::Reagent("salt", 1));
+    const Zin::String text = valueToStrep(mixture);
+    EXPECT_EQ(
+        text,
+        "Value('Lab::Mixture', ** {'stirred': True, 'solvents': None, 'shares': None})");
+    EXPECT_DEATH(
+        Zin::strepToValue<Lab::Mixture>(text, nullptr),
+        "!\"No String constructor for Mixture - has collection\" .Lab:");
+    Zin::ValueInfo unregistered = Zin::valueInfo<Lab::Mixture>;
+    unregistered.name = "Elsewhere::Mixture";
+    Zin::TextReader reader("");
+    EXPECT_DEATH(
+        Zin::readText(reader, unregistered, &mixture),
+        "for Mixture - has collection\" .ValueInfo:");
+}
+
+TEST(Strep, ShortFormsAreForPeople) {
+    EXPECT_EQ(Lab::Reagent("salt", 1001).toStrep(), "<name=salt;grams=1001;heavy=yes>");
+    const Lab::Reagent none;
+    EXPECT_EQ(
+        Zin::shortForm({{"of", none}, {"tag", Quib::TristateU16()}}),
+        "<of=<name=;grams=0;heavy=no>;tag=unset>");
+}
+
+TEST(Format, WritesTextOfAnyLength) {
+    EXPECT_EQ(Zin::format("%s", ""), "");
+    for (const std::size_t size : {1u, 198u, 199u, 200u, 201u, 5000u}) {
+        const std::string text(size, 'x');
+        EXPECT_EQ(Zin::format("%s", text.c_str()), text);
+        EXPECT_EQ(Zin::format("<%s%u>", text.c_str(), 7u), "<" + text + "7>");
+    }
+}
+
+}  // namespace
