@@ -35,7 +35,9 @@ class Commands {
         CLI::App* const command = app_.add_subcommand(name, about);
         const auto options = std::make_shared<Options>();
         command->callback([this, options, call] {
-            chosen_ = [options, call] { return call(*options); };
+            chosen_ = [options, call] {
+                return call(*options);
+            };
         });
         return {*command, *options};
     }

@@ -147,15 +147,15 @@ std::vector<Candidate> fileCandidates(const std::string& begun, const std::strin
     std::vector<Candidate> candidates;
     const std::string directory = begun.substr(0, begun.rfind('/') + 1);
     std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(
-             directory.empty() ? "." : directory,
-             ignored)) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(directory.empty() ? "." : directory, ignored)) {
         const std::string name = entry.path().filename().string();
         // A line holds one.
         if (name.find('\n') != std::string::npos) continue;
         if (name.starts_with('.') && begun.size() == directory.size()) continue;
         const bool isDirectory = entry.is_directory(ignored);
-        candidates.push_back({before + directory + name + (isDirectory ? "/" : ""), !isDirectory});
+        candidates.push_back(
+            {before + directory + name + (isDirectory ? "/" : ""), !isDirectory});
     }
     return candidates;
 }
@@ -198,7 +198,9 @@ std::vector<Candidate> valueCandidates(const Roots& roots, const std::string& pa
 
 std::vector<Candidate> candidatesFor(const Cursor& cursor, const std::string& begun) {
     const std::string& kind = cursor.argument()->get_type_name();
-    const auto roots = [&] { return Source({cursor.at(), patience}).roots(); };
+    const auto roots = [&] {
+        return Source({cursor.at(), patience}).roots();
+    };
     if (kind == argument::path) return pathCandidates(roots(), begun);
     if (kind == argument::value) return valueCandidates(roots(), cursor.path());
     if (kind == argument::source) return sourceCandidates(begun);

@@ -1,5 +1,5 @@
-// Completion of command lines in a shell. The shell's script asks the tool itself how a line can
-// go on, so that nothing of the commands is said twice and paths come from the state.
+// Completion of command lines in a shell. The shell's script asks the tool itself how a line
+// can go on, so that nothing of the commands is said twice and paths come from the state.
 
 #pragma once
 

@@ -19,8 +19,9 @@ std::map<std::string_view, const Fact*> byPath(const std::vector<Fact>& facts) {
 
 }  // namespace
 
-std::vector<Change>
-differences(const std::vector<Fact>& before, const std::vector<Fact>& after) {
+std::vector<Change> differences(
+    const std::vector<Fact>& before,
+    const std::vector<Fact>& after) {
     std::vector<Change> changes;
     const auto remove = [&](const Fact& fact) {
         changes.push_back({Change::Kind::removed, fact.path, fact.fields, {}});

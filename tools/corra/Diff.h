@@ -22,9 +22,11 @@ struct DiffOptions {
 // exitGood when both hold the same, exitFailed when not. Throws as Source does.
 int diff(const DiffOptions& options);
 
-// What makes the second state of the first, in the order of the paths. An entity of another type
-// is removed and added.
-std::vector<Change> differences(const std::vector<Fact>& before, const std::vector<Fact>& after);
+// What makes the second state of the first, in the order of the paths. An entity of another
+// type is removed and added.
+std::vector<Change> differences(
+    const std::vector<Fact>& before,
+    const std::vector<Fact>& after);
 
 // Prints them, a line each.
 void printChanges(const std::vector<Change>& changes, bool json);

@@ -14,20 +14,25 @@ namespace corra {
 
 namespace {
 
-// Brings the change to where it belongs. `facts` tells those that it concerns.
+using Facts = std::function<std::vector<Fact>()>;
+
+// Brings a change to where it belongs. `facts` tells those that it concerns, `again` makes what
+// is missing of it.
 void commit(
     Source& source,
     const std::vector<Fact>& before,
-    const std::function<std::vector<Fact>()>& facts,
+    const Facts& facts,
+    const std::function<void()>& again,
     bool quiet) {
     const std::vector<Fact> asked = facts();
     if (asked == before) return;
-    std::vector<Fact> now;
+    std::vector<Fact> now = asked;
     source.commit([&] {
         now = facts();
-        return now == asked;
+        if (now == asked) return true;
+        again();
+        return false;
     });
-    if (source.kind() == Source::Kind::stateFile) now = asked;
     if (now != asked) {
         std::string text = source.place() + ": the owner holds something else now:";
         for (const Change& change : differences(asked, now)) text += "\n  " + textOf(change);
@@ -84,10 +89,17 @@ int edit(const EditOptions& options, const std::function<int(const Located&)>& c
     source.requireWritable(root);
     std::optional<Located> at;
     withCaret(path, [&] { at.emplace(locate(source.roots(), path)); });
-    const auto facts = [&] { return factsAt(source.roots(), path); };
+    const auto facts = [&] {
+        return factsAt(source.roots(), path);
+    };
     const std::vector<Fact> before = facts();
     const int status = change(*at);
-    commit(source, before, facts, options.quiet);
+    commit(
+        source,
+        before,
+        facts,
+        [] {},
+        options.quiet);
     return status;
 }
 
@@ -126,17 +138,24 @@ int import(const ImportOptions& options) {
                 to.place() + ": nothing is exported as " + std::string(name.view()));
         }
     }
-    const auto facts = [&] { return factsOf(to.roots()); };
+    const auto facts = [&] {
+        return factsOf(to.roots());
+    };
     const std::vector<Fact> before = facts();
-    for (const auto& [name, root] : from.roots()) {
-        Zin::Ptr<Zin::Entity>& target = to.roots()[name];
-        if (target) {
-            update(*target, *root);
-        } else {
-            target = root;
+    const auto makeSame = [&] {
+        for (const auto& [name, root] : from.roots()) {
+            Zin::Ptr<Zin::Entity>& target = to.roots()[name];
+            if (target) {
+                update(*target, *root);
+            } else {
+                target = root;
+            }
         }
-    }
-    commit(to, before, facts, options.quiet);
+    };
+    makeSame();
+    // A child that is made in a mirror can be filled when the owner has named it: a round for
+    // each level of children.
+    commit(to, before, facts, makeSame, options.quiet);
     return exitGood;
 }
 

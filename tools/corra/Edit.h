@@ -1,5 +1,6 @@
-// `corra set`, `corra del` and `corra import`: changes of a live owner or a state file. What was
-// asked for is made of a copy here, brought there, and compared with what is there afterwards.
+// `corra set`, `corra del` and `corra import`: changes of a live owner or a state file. What
+// was asked for is made of a copy here, brought there, and compared with what is there
+// afterwards.
 
 #pragma once
 
@@ -27,8 +28,8 @@ struct ImportOptions {
 };
 
 // These throw as Source does, std::runtime_error for a bad path, value or change, and
-// Zin::Exception for what a type does not allow. Nothing has changed then, unless the connection
-// to an owner was lost while it took the change.
+// Zin::Exception for what a type does not allow. Nothing has changed then, unless the
+// connection to an owner was lost while it took the change.
 int set(const EditOptions& options);
 // exitFailed when there was nothing to delete.
 int del(const EditOptions& options);

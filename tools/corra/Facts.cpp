@@ -122,8 +122,7 @@ void forEachFactOf(
 
 }  // namespace
 
-void
-forEachFact(const std::string& path, const Zin::Entity& entity, const FactVisitor& visit) {
+void forEachFact(const std::string& path, const Zin::Entity& entity, const FactVisitor& visit) {
     const Zin::EntityTypeInfo& type = *entity.fwkType().info();
     visit({path, type.name, fieldsOf(entity)});
     for (const Zin::AttributeInfo& attribute : type.attributes) {
@@ -141,8 +140,7 @@ static std::string textOfInnerKey(const Zin::AttributeInfo& collection, const vo
     return {};
 }
 
-void
-forEachFact(const std::string& path, const Zin::Place& place, const FactVisitor& visit) {
+void forEachFact(const std::string& path, const Zin::Place& place, const FactVisitor& visit) {
     using enum Zin::Place::Kind;
     if (!place.exists()) return;
     if (place.kind() == entity) return forEachFact(path, *place.entity(), visit);

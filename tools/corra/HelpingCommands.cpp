@@ -4,6 +4,7 @@
 #include "corra/Completion.h"
 #include "corra/Console.h"
 #include "corra/Export.h"
+#include "corra/Types.h"
 
 namespace corra {
 
@@ -18,12 +19,22 @@ struct CompleteOptions {
     std::string wordBreaks;
 };
 
+void addTypes(Commands& commands) {
+    const auto [app, options] = commands.add<TypesOptions>(
+        "types",
+        "Show the types of the modules, with their attributes and fields",
+        types);
+    app.add_option("MODULE", options.module, "Default: all")->type_name(argument::module);
+    addJson(app, options.json, "Show JSON");
+    addFooter(app, "  corra types\n  corra types PseudowireConfig --json\n", {});
+}
+
 void addSchema(Commands& commands) {
     struct None {};
-    const auto [app, options] = commands.add<None>(
-        "schema",
-        "Print the JSON Schema of state files",
-        [](const None&) { return schema(); });
+    const auto [app, options] =
+        commands.add<None>("schema", "Print the JSON Schema of state files", [](const None&) {
+            return schema();
+        });
     addFooter(app, "  corra schema > state.schema.json\n", {});
 }
 
@@ -65,6 +76,7 @@ void addCompletion(Commands& commands) {
 }  // namespace
 
 void addHelping(Commands& commands) {
+    addTypes(commands);
     addSchema(commands);
     addCompletion(commands);
 }

@@ -51,7 +51,9 @@ class Mirror final : Mirroring::Listener {
     const MirrorOptions& options_;
     const Address address_;
     PathFilter filter_;
-    const TreeWatcher::Listener listener_ = [this](const Change& change) { show(change); };
+    const TreeWatcher::Listener listener_ = [this](const Change& change) {
+        show(change);
+    };
     Mirrors mirrors_;
     std::map<Zin::String, std::unique_ptr<TreeWatcher>> watchers_;
     std::chrono::milliseconds pause_ = shortestPause;

@@ -123,7 +123,9 @@ bool Mirroring::isSynced(const Zin::String& name) const {
 
 void Mirroring::checkSynced() {
     if (synced_ || !allExportsKnown_) return;
-    const auto synced = [this](const Zin::String& name) { return isSynced(name); };
+    const auto synced = [this](const Zin::String& name) {
+        return isSynced(name);
+    };
     if (!std::all_of(exported_.begin(), exported_.end(), synced)) return;
     synced_ = true;
     listener_.onSynced();

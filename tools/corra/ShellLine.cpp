@@ -66,8 +66,8 @@ ShellLine::ShellLine(std::string_view line, std::string_view wordBreaks) {
     }
 }
 
-std::vector<std::string>
-ShellLine::replacements(const std::vector<Candidate>& candidates) const {
+std::vector<std::string> ShellLine::replacements(
+    const std::vector<Candidate>& candidates) const {
     std::vector<Candidate> fitting;
     for (const Candidate& candidate : candidates) {
         if (candidate.text.starts_with(last())) fitting.push_back(candidate);

@@ -69,8 +69,6 @@ void Source::requireWritable(const Zin::String& root) const {
 
 void Source::commit(const std::function<bool()>& isDone) {
     if (!live_) return writeFileAtomically(place_, stateText(roots_));
-    // What a new child holds goes to its owner when that has named the child: a round for each
-    // level of children.
     for (int round = 0; round < mostRounds; ++round) {
         live_->settle();
         if (isDone()) return;

@@ -39,9 +39,10 @@ class Source {
 
     // Throws std::runtime_error when what lies under that root cannot be changed here.
     void requireWritable(const Zin::String& root) const;
-    // Brings what was changed in the trees to where they are from. A live owner is given time
-    // until it holds what makes `isDone` true; then, or when it does not come to that, the trees
-    // are what it holds. When it throws for a file, that is as it was.
+    // Brings what was changed in the trees to where they are from. `isDone` is asked when a
+    // live owner has taken it; the trees are what it holds then. It may change them again:
+    // after some rounds without success they stay as they are. When this throws for a file,
+    // that is as it was.
     void commit(const std::function<bool()>& isDone);
     // Loads the trees again: those that stand under their name and type already are updated.
     // Not for a live owner. Nothing has changed when it throws.

@@ -11,7 +11,8 @@ namespace corra {
 namespace {
 
 constexpr const char* aboutWrites =
-    "At a live owner the change is made in a mirror, and the owner must then hold it: a server\n"
+    "At a live owner the change is made in a mirror, and the owner must then hold it: a "
+    "server\n"
     "that does not allow writes (serve --writable) refuses it. A state file is replaced as a\n"
     "whole. A capture cannot be changed. What has changed is shown: + added, - removed, ~ "
     "changed.";
@@ -104,7 +105,8 @@ void addSet(Commands& commands) {
         "  corra set --at unix:pw.sock pw.mtu 9000\n"
         "  corra set --at pw.json \"pw.patch['metro']\"\n"
         "  corra set --at pw.json \"pw.connector[ldp:'pw1'].intfDescription\" 'to the core'\n",
-        {"A value is written as corra get shows it. A string may do without its quotes, unless\n"
+        {"A value is written as corra get shows it. A string may do without its quotes, "
+         "unless\n"
          "it would read as one in quotes. Without VALUE an absent member or child is made.",
          aboutWrites,
          aboutSources,
