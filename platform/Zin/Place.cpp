@@ -189,6 +189,8 @@ PathException::PathException(std::size_t position, const std::string& text)
 
 PathException::~PathException() = default;
 
+AbsentException::~AbsentException() = default;
+
 // --- Walking ---
 
 Place::Place(const Ptr<Entity>& root) : entity_(root) {
@@ -241,7 +243,7 @@ Place Place::walk(std::string_view path, std::size_t base) const {
     std::size_t step = 0;
     for (std::size_t at = 0; at < path.size();) {
         if (here.kind_ == Kind::member && here.attribute_->childType) {
-            throw PathException(base + step, "there is no " + here.path_);
+            throw AbsentException(base + step, "there is no " + here.path_);
         }
         step = at;
         if (here.kind_ == Kind::collection) {

@@ -53,6 +53,13 @@ class ZIN_EXPORT PathException : public Exception {
     std::size_t position_;
 };
 
+// A child on the way of a path that its types allow does not exist.
+class ZIN_EXPORT AbsentException : public PathException {
+  public:
+    using PathException::PathException;
+    ~AbsentException() override;
+};
+
 class ZIN_EXPORT Place {
   public:
     enum class Kind : std::uint8_t {
@@ -68,8 +75,8 @@ class ZIN_EXPORT Place {
     explicit Place(const Ptr<Entity>& root);
 
     // What the path says behind the root's name, as in ".connector[ldp:'pw1'].mtu"; empty for
-    // this place itself. Children on the way must exist; what the path ends at need not. `base`
-    // is added to the positions in errors.
+    // this place itself. Children on the way must exist, or an AbsentException is thrown; what
+    // the path ends at need not. `base` is added to the positions in errors.
     Place walk(std::string_view path, std::size_t base = 0) const;
 
     // The name of the root that a path begins with, and the rest. A name in which a path would

@@ -12,11 +12,8 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
-#include <optional>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Zin/NboAttrLogFd.h"
@@ -24,6 +21,7 @@
 #include "corra/Process.h"
 #include "corra/Watch.h"
 #include "tools/Captures.h"
+#include "tools/Tool.h"
 
 namespace {
 
@@ -32,84 +30,9 @@ using corra::test::captureDirectory;
 using corra::test::captureText;
 using corra::test::dumpOf;
 using corra::test::imported;
+using corra::test::Tool;
+using corra::test::waitUntil;
 using Lines = std::vector<std::string>;
-
-constexpr std::chrono::seconds hangGuard(60);
-
-// A run of the tool, of which the standard output is read. What it says on standard error is
-// appended to the file $CORRA_TEST_ERRORS.
-class Tool {
-  public:
-    explicit Tool(const std::vector<std::string>& arguments) {
-        corra::Pipe pipe = corra::Pipe::make();
-        std::vector<std::string> words{
-            "-c",
-            R"(exec "$0" "$@" 2>>"$CORRA_TEST_ERRORS")",
-            CORRA_TOOL};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        process_ = std::make_unique<corra::ChildProcess>("/bin/sh", words, pipe.write.get());
-        output_ = std::move(pipe.read);
-    }
-
-    void kill(int signal) const { ::kill(process_->id(), signal); }
-    int wait() { return process_->wait(); }
-
-    // The next line, or nothing at the end of the output.
-    std::optional<std::string> line() {
-        std::string line;
-        char c = 0;
-        while (readable() && ::read(output_.get(), &c, 1) == 1) {
-            if (c == '\n') return line;
-            line += c;
-        }
-        return std::nullopt;
-    }
-    std::string rest() {
-        std::string text;
-        while (const auto next = line()) text += *next + '\n';
-        return text;
-    }
-
-    // The lines of a watching mirror up to its next state, and the state.
-    struct Told {
-        Lines changes;
-        std::string state;
-    };
-    Told toldUntilSynced() {
-        Told told;
-        for (auto next = line(); next; next = line()) {
-            if (next->starts_with("= synced ")) {
-                for (auto left = std::stoul(next->substr(9)); left != 0; --left) {
-                    told.state += line().value_or("no line") + '\n';
-                }
-                return told;
-            }
-            told.changes.push_back(*next);
-        }
-        ADD_FAILURE() << "the mirror ended";
-        return told;
-    }
-
-  private:
-    bool readable() const {
-        pollfd polled{output_.get(), POLLIN, 0};
-        const int count =
-            ::poll(&polled, 1, static_cast<int>(std::chrono::milliseconds(hangGuard).count()));
-        EXPECT_EQ(1, count) << "nothing is printed";
-        return count == 1;
-    }
-
-    std::unique_ptr<corra::ChildProcess> process_;
-    Fd output_;
-};
-
-void waitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + hangGuard;
-    while (!condition()) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-}
 
 // What a mirror prints while the first capture is replaced by the second, in some order.
 Lines differences(const std::string& before, const std::string& after) {

@@ -28,10 +28,6 @@ std::string_view colourOf(std::string_view line) {
     return {};
 }
 
-void write(std::string_view text) {
-    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), stdout);
-}
-
 }  // namespace
 
 void say(std::string_view text) {
@@ -39,11 +35,15 @@ void say(std::string_view text) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
+void print(std::string_view text) {
+    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
 void printLine(std::string_view line) {
     const std::string_view colour = isColoured() ? colourOf(line) : std::string_view();
-    write(colour);
-    write(line);
-    write(colour.empty() ? "\n" : "\x1b[0m\n");
+    print(colour);
+    print(line);
+    print(colour.empty() ? "\n" : "\x1b[0m\n");
 }
 
 void flushOutput() {

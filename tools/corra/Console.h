@@ -14,6 +14,9 @@ enum : int { exitGood = 0, exitFailed = 1, exitTrouble = 2 };
 // "corra: TEXT" on standard error.
 void say(std::string_view text);
 
+// Text on standard output.
+void print(std::string_view text);
+
 // A line on standard output, coloured by its first character when that is that of a change (+ -
 // ~).
 void printLine(std::string_view line);

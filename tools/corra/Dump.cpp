@@ -1,74 +1,35 @@
 #include "corra/Dump.h"
 
-#include <algorithm>
-#include <functional>
-#include <map>
-
 #include "Zin/TextReader.h"
+#include "corra/Console.h"
 
 namespace corra {
 
-namespace {
-
-struct Fact {
-    std::string path;
-    // Of an entity.
-    std::string_view type;
-    Fields fields;
-};
-using FactVisitor = std::function<void(const Fact&)>;
-
-void walk(const std::string& path, const Zin::Entity& entity, const FactVisitor& visit) {
-    const Zin::EntityTypeInfo& type = *entity.fwkType().info();
-    visit({path, type.name, fieldsOf(entity)});
-    for (const Zin::AttributeInfo& attribute : type.attributes) {
-        if (attribute.kind == Zin::AttributeKind::singleton) {
-            const Zin::Entity* const child = attribute.child(entity);
-            if (child) walk(pathOf(path, attribute), *child, visit);
-        } else if (attribute.isCollection()) {
-            std::map<std::string, Member> sorted;
-            forEachMember(entity, attribute, [&](const Member& member) {
-                sorted.emplace(member.keyText, member);
-            });
-            for (const auto& [keyText, member] : sorted) {
-                const std::string memberPath = pathOf(path, attribute, keyText);
-                if (member.child) {
-                    walk(memberPath, *member.child, visit);
-                } else {
-                    visit({memberPath, {}, fieldsOf(attribute, keyText, member.value)});
-                }
-            }
-        }
-    }
+std::string textOf(const Fact& fact) {
+    std::string text = fact.path;
+    if (!fact.type.empty()) text += ": " + std::string(fact.type);
+    return text + textOf(fact.fields);
 }
 
-}  // namespace
+nlohmann::ordered_json jsonOf(const Fact& fact) {
+    nlohmann::ordered_json object{{"path", fact.path}};
+    if (!fact.type.empty()) object["type"] = std::string(fact.type);
+    for (const Field& field : fact.fields) {
+        if (field.name.empty()) {
+            object["value"] = jsonOf(field);
+        } else {
+            object["fields"][field.name] = jsonOf(field);
+        }
+    }
+    return object;
+}
 
 std::string dump(std::string_view path, const Zin::Entity& entity) {
     std::string text;
-    walk(std::string(path), entity, [&](const Fact& fact) {
-        text += fact.path;
-        if (!fact.type.empty()) text += ": " + std::string(fact.type);
-        text += textOf(fact.fields) + '\n';
+    forEachFact(std::string(path), entity, [&](const Fact& fact) {
+        text += textOf(fact) + '\n';
     });
     return text;
-}
-
-nlohmann::ordered_json dumpJson(std::string_view path, const Zin::Entity& entity) {
-    auto facts = nlohmann::ordered_json::array();
-    walk(std::string(path), entity, [&](const Fact& fact) {
-        nlohmann::ordered_json object{{"path", fact.path}};
-        if (!fact.type.empty()) object["type"] = std::string(fact.type);
-        for (const Field& field : fact.fields) {
-            if (field.name.empty()) {
-                object["value"] = jsonOf(field);
-            } else {
-                object["fields"][field.name] = jsonOf(field);
-            }
-        }
-        facts.push_back(std::move(object));
-    });
-    return facts;
 }
 
 std::string digest(std::string_view text) {
@@ -115,6 +76,19 @@ nlohmann::ordered_json jsonOf(const Field& field) {
             break;
     }
     return field.text;
+}
+
+std::string lineOf(const nlohmann::ordered_json& json) {
+    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+void JsonArray::add(const nlohmann::ordered_json& element) {
+    printLine(held_.empty() ? "[" : held_ + ',');
+    held_ = lineOf(element);
+}
+
+void JsonArray::end() {
+    printLine(held_.empty() ? "[]" : held_ + "\n]");
 }
 
 }  // namespace corra

@@ -1,5 +1,7 @@
 #include "corra/Facts.h"
 
+#include <map>
+
 namespace corra {
 
 namespace {
@@ -86,6 +88,92 @@ void forEachMember(
     };
     Visitor visitor(collection, visit);
     collection.forEachMember(entity, visitor);
+}
+
+void forEachSortedMember(
+    const Zin::Entity& entity,
+    const Zin::AttributeInfo& collection,
+    const std::function<void(const Member&)>& visit) {
+    std::map<std::string, Member> sorted;
+    forEachMember(entity, collection, [&](const Member& member) {
+        sorted.emplace(member.keyText, member);
+    });
+    for (const auto& [keyText, member] : sorted) visit(member);
+}
+
+namespace {
+
+void forEachFactOf(
+    std::string_view path,
+    const Zin::Entity& entity,
+    const Zin::AttributeInfo& attribute,
+    const FactVisitor& visit) {
+    if (attribute.kind == Zin::AttributeKind::singleton) {
+        const Zin::Entity* const child = attribute.child(entity);
+        if (child) forEachFact(pathOf(path, attribute), *child, visit);
+    } else if (attribute.isCollection()) {
+        forEachSortedMember(entity, attribute, [&](const Member& member) {
+            const std::string memberPath = pathOf(path, attribute, member.keyText);
+            if (member.child) return forEachFact(memberPath, *member.child, visit);
+            visit({memberPath, {}, fieldsOf(attribute, member.keyText, member.value)});
+        });
+    }
+}
+
+}  // namespace
+
+void forEachFact(const std::string& path, const Zin::Entity& entity, const FactVisitor& visit) {
+    const Zin::EntityTypeInfo& type = *entity.fwkType().info();
+    visit({path, type.name, fieldsOf(entity)});
+    for (const Zin::AttributeInfo& attribute : type.attributes) {
+        forEachFactOf(path, entity, attribute, visit);
+    }
+}
+
+// The text of the key that the value of a member holds, or nothing.
+static std::string textOfInnerKey(const Zin::AttributeInfo& collection, const void* value) {
+    for (const Zin::FieldInfo& field : collection.value->fields) {
+        if (field.name == collection.keyField && field.type == collection.key) {
+            return textOfKey(collection, field.in(value));
+        }
+    }
+    return {};
+}
+
+void forEachFact(const std::string& path, const Zin::Place& place, const FactVisitor& visit) {
+    using enum Zin::Place::Kind;
+    if (!place.exists()) return;
+    if (place.kind() == entity) return forEachFact(path, *place.entity(), visit);
+    if (place.kind() == collection) {
+        for (const Zin::Place& member : place.children()) {
+            forEachFact(path + member.path().substr(place.path().size()), member, visit);
+        }
+        return;
+    }
+    Fields fields;
+    if (place.type()) {
+        const Zin::Any value = place.value();
+        const bool isWholeMember = place.kind() == member && path.ends_with(']');
+        if (isWholeMember) {
+            const std::string key = textOfInnerKey(*place.attribute(), value.get());
+            fields = fieldsOf(*place.attribute(), key, value.get());
+        } else {
+            append(fields, "", *place.type(), value.get());
+        }
+    }
+    visit({path, {}, std::move(fields)});
+}
+
+std::string pathOfRoot(std::string_view name, const Zin::Entity& root) {
+    try {
+        const auto read = Zin::Place::rooted(name);
+        if (read.type.empty() && read.rest.empty()) return read.name;
+    } catch (const Zin::Exception&) {
+    }
+    std::string path(root.fwkType().info()->name);
+    path += '(';
+    Zin::appendQuoted(path, name);
+    return path + ')';
 }
 
 }  // namespace corra

@@ -15,6 +15,7 @@
 
 #include "Zin/Entity.h"
 #include "Zin/Module.h"
+#include "Zin/Place.h"
 #include "Zin/ValueInfo.h"
 
 namespace corra {
@@ -63,5 +64,32 @@ void forEachMember(
     const Zin::Entity& entity,
     const Zin::AttributeInfo& collection,
     const std::function<void(const Member&)>& visit);
+
+// Visits them in the order of their keys' texts.
+void forEachSortedMember(
+    const Zin::Entity& entity,
+    const Zin::AttributeInfo& collection,
+    const std::function<void(const Member&)>& visit);
+
+struct Fact {
+    std::string path;
+    // Of an entity; empty for others.
+    std::string_view type;
+    Fields fields;
+
+    bool operator==(const Fact& other) const = default;
+};
+using FactVisitor = std::function<void(const Fact&)>;
+
+// Visits the entity, then what lies in it, in the order of attributes and of keys' texts; paths
+// begin with `path`.
+void forEachFact(const std::string& path, const Zin::Entity& entity, const FactVisitor& visit);
+
+// The same for whatever lies at the place, which is shown as `path`: nothing where nothing is;
+// a single value as one fact.
+void forEachFact(const std::string& path, const Zin::Place& place, const FactVisitor& visit);
+
+// The name of a root, or "TYPE('NAME')" for one that a path cannot begin with.
+std::string pathOfRoot(std::string_view name, const Zin::Entity& root);
 
 }  // namespace corra

@@ -155,4 +155,18 @@ std::vector<RouterConfig::Diagnostic> importFile(const std::string& file, Config
     return importRouterConfig(text.view(), file, config);
 }
 
+std::vector<std::string> importCapture(const std::string& directory, Roots& roots) {
+    const std::string file = runningConfigFile(directory);
+    const auto held = roots.find("pw");
+    const auto config = held == roots.end()
+                            ? Pseudowire::configFactory("pw")
+                            : Zin::Ptr<Config>(static_cast<Config*>(held->second.get()));
+    std::vector<std::string> left;
+    for (const auto& diagnostic : importFile(file, *config)) {
+        left.push_back(located(file, diagnostic));
+    }
+    roots["pw"] = config;
+    return left;
+}
+
 }  // namespace corra

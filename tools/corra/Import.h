@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Pseudowire/PseudowireConfig.h"
+#include "corra/Roots.h"
 #include "corra/RouterConfig.h"
 
 namespace corra {
@@ -31,5 +32,9 @@ std::string runningConfigFile(std::string_view captureDirectory);
 std::vector<RouterConfig::Diagnostic> importFile(
     const std::string& file,
     Pseudowire::Config& config);
+
+// The root "pw" that a capture describes: made, or updated when `roots` holds it. Returns what
+// was left out, a line each with its place in the file. Throws as importFile() does.
+std::vector<std::string> importCapture(const std::string& directory, Roots& roots);
 
 }  // namespace corra

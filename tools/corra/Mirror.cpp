@@ -6,197 +6,62 @@
 #include <exception>
 #include <map>
 #include <memory>
-#include <optional>
-#include <set>
 #include <utility>
 
-#include "Zin/NboAttrLogFd.h"
 #include "corra/Console.h"
 #include "corra/Dump.h"
 #include "corra/EventLoop.h"
+#include "corra/Mirroring.h"
+#include "corra/PathFilter.h"
 #include "corra/Watch.h"
 
 namespace corra {
 
-using Zin::NboAttrLog::Access;
 using Zin::NboAttrLog::Address;
-using Zin::NboAttrLog::FdStream;
 
 namespace {
 
 constexpr std::chrono::milliseconds shortestPause(100);
 constexpr std::chrono::milliseconds longestPause(5000);
 
-std::string textOf(const nlohmann::ordered_json& json) {
-    // Names may hold any bytes.
-    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-}
-
-class Mirror {
+class Mirror final : Mirroring::Listener {
   public:
     explicit Mirror(const MirrorOptions& options)
-        : options_(options), address_(Address::fromText(options.address)) {}
+        : options_(options),
+          address_(Address::fromText(options.address)),
+          filter_(options.path) {}
 
     int run();
 
   private:
-    class Session;
-
-    // What the peer exports, and what it exported before it went.
-    struct Mounted {
-        Zin::Ptr<Zin::Entity> entity;
-        std::unique_ptr<TreeWatcher> watcher;
-        bool synced = false;
-    };
+    void onMirrored(const Zin::String& name, const Mirrored& mirrored) override;
+    void onForgotten(const Zin::String& name) override;
+    void onRefused(const Zin::String& name, const std::string& why) override;
+    void onSynced() override;
+    void onBarrier(std::uint64_t token) override;
+    void onLost(bool wasSynced, const std::string& why) override;
 
     void connect();
-    void onLost(bool wasSynced, const std::string& why);
-    void onSynced();
+    void lost(bool wasSynced, const std::string& why);
     void sayUnlessQuiet(const std::string& text) const;
-    void show(const Change& change) const;
-    void forget(const Zin::String& name);
+    void show(const Change& change);
     void showState() const;
     void showStateAs(const std::string& token) const;
 
     const MirrorOptions& options_;
     const Address address_;
+    PathFilter filter_;
     const TreeWatcher::Listener listener_ = [this](const Change& change) {
         show(change);
     };
-    // Nothing is offered to the peer.
-    Zin::NboAttrLog::Exports exports_;
-    std::map<Zin::String, Mounted> mounted_;
+    Mirrors mirrors_;
+    std::map<Zin::String, std::unique_ptr<TreeWatcher>> watchers_;
     std::chrono::milliseconds pause_ = shortestPause;
     std::string lastFailure_;
     bool refused_ = false;
     int status_ = exitFailed;
     EventLoop loop_;
 };
-
-// One connection to the peer.
-class Mirror::Session final : public EventLoop::Source, Zin::NboAttrLog::Observer {
-  public:
-    Session(Mirror& mirror, Fd fd)
-        : mirror_(mirror), stream_(std::move(fd), mirror.exports_, *this) {
-        for (auto& [name, mounted] : mirror_.mounted_) mounted.synced = false;
-        // It comes back behind all that the peer exports now.
-        stream_.connection().barrier(0);
-    }
-
-    int fd() const override { return stream_.fd(); }
-    short wanted() const override { return stream_.wanted(); }
-    bool ready(short events) override;
-
-  private:
-    void onExported(const Zin::String& name, const Zin::String& type, Access) override;
-    void onUnexported(const Zin::String& name) override;
-    void onMounted(const Zin::String& name, const Zin::Ptr<Zin::Entity>& entity, Access)
-        override;
-    void onRefused(const Zin::String& name, const Zin::String& why) override;
-    void onSynced(const Zin::String& name) override;
-    void onSkipped(const Zin::String& what) override;
-    void onBarrier(std::uint64_t token) override;
-    void onBarrierReached(std::uint64_t) override;
-    void checkSynced();
-
-    Mirror& mirror_;
-    FdStream stream_;
-    std::set<Zin::String> exported_;
-    bool allExportsKnown_ = false;
-    bool synced_ = false;
-};
-
-bool Mirror::Session::ready(short events) {
-    bool alive = false;
-    std::string why = "the peer closed the connection";
-    try {
-        alive = stream_.ready(events);
-        if (const auto* const error = stream_.connection().error()) why = error->text;
-    } catch (const Zin::Exception& failure) {
-        why = failure.what();
-    }
-    flushOutput();
-    if (!alive) mirror_.onLost(synced_, mirror_.options_.address + ": " + why);
-    return alive;
-}
-
-void Mirror::Session::onExported(const Zin::String& name, const Zin::String& type, Access) {
-    const auto known = mirror_.mounted_.find(name);
-    if (known != mirror_.mounted_.end() &&
-        known->second.entity->fwkType().info()->name != type.view()) {
-        mirror_.forget(name);
-    }
-    exported_.insert(name);
-    const auto kept = mirror_.mounted_.find(name);
-    stream_.connection().mount(
-        name,
-        kept == mirror_.mounted_.end() ? Zin::Ptr<Zin::Entity>() : kept->second.entity);
-}
-
-void Mirror::Session::onUnexported(const Zin::String& name) {
-    stream_.connection().unmount(name);
-    exported_.erase(name);
-    mirror_.forget(name);
-    checkSynced();
-}
-
-void Mirror::Session::onMounted(
-    const Zin::String& name,
-    const Zin::Ptr<Zin::Entity>& entity,
-    Access) {
-    Mounted& mounted = mirror_.mounted_[name];
-    if (mounted.entity == entity) return;
-    mounted.entity = entity;
-    if (!mirror_.options_.watch) return;
-    mounted.watcher =
-        std::make_unique<TreeWatcher>(std::string(name.view()), *entity, mirror_.listener_);
-}
-
-void Mirror::Session::onRefused(const Zin::String& name, const Zin::String& why) {
-    say(std::string(name.view()) + " cannot be mirrored: " + std::string(why.view()));
-    mirror_.refused_ = true;
-    exported_.erase(name);
-    mirror_.forget(name);
-    checkSynced();
-}
-
-void Mirror::Session::onSynced(const Zin::String& name) {
-    const auto mounted = mirror_.mounted_.find(name);
-    // Told of a mount that was never answered, when the peer is out of order.
-    if (mounted == mirror_.mounted_.end()) return;
-    mounted->second.synced = true;
-    checkSynced();
-}
-
-void Mirror::Session::onSkipped(const Zin::String& what) {
-    say("the peer is of another build: " + std::string(what.view()) + ", skipped");
-}
-
-void Mirror::Session::onBarrier(std::uint64_t token) {
-    if (mirror_.options_.states) mirror_.showStateAs(std::to_string(token));
-}
-
-// What was exported before the connection was lost, and is no longer, goes.
-void Mirror::Session::onBarrierReached(std::uint64_t) {
-    allExportsKnown_ = true;
-    std::vector<Zin::String> gone;
-    for (const auto& [name, mounted] : mirror_.mounted_) {
-        if (!exported_.contains(name)) gone.push_back(name);
-    }
-    for (const Zin::String& name : gone) mirror_.forget(name);
-    checkSynced();
-}
-
-void Mirror::Session::checkSynced() {
-    const auto isSynced = [&](const Zin::String& name) {
-        const auto mounted = mirror_.mounted_.find(name);
-        return mounted != mirror_.mounted_.end() && mounted->second.synced;
-    };
-    if (synced_ || !allExportsKnown_) return;
-    if (!std::all_of(exported_.begin(), exported_.end(), isSynced)) return;
-    synced_ = true;
-    mirror_.onSynced();
-}
 
 int Mirror::run() {
     loop_.add(std::make_unique<SignalSource>(
@@ -213,13 +78,46 @@ int Mirror::run() {
 
 void Mirror::connect() {
     try {
-        loop_.add(std::make_unique<Session>(*this, Zin::NboAttrLog::connectTo(address_)));
+        Fd fd = Zin::NboAttrLog::connectTo(address_);
+        Listener& self = *this;
+        loop_.add(std::make_unique<Mirroring>(std::move(fd), mirrors_, self, filter_.root()));
     } catch (const std::exception& failure) {
-        onLost(false, failure.what());
+        lost(false, failure.what());
     }
 }
 
+void Mirror::onMirrored(const Zin::String& name, const Mirrored& mirrored) {
+    if (!options_.watch) return;
+    filter_.rootIs(name, mirrored.entity);
+    watchers_[name] = std::make_unique<TreeWatcher>(
+        pathOfRoot(name.view(), *mirrored.entity),
+        *mirrored.entity,
+        listener_);
+}
+
+void Mirror::onForgotten(const Zin::String& name) {
+    const auto watcher = watchers_.find(name);
+    if (watcher == watchers_.end()) return;
+    watchers_.erase(watcher);
+    const Zin::Entity& root = *mirrors_.at(name).entity;
+    show({Change::Kind::removed, pathOfRoot(name.view(), root), {}, {}});
+    filter_.rootIs(name, {});
+}
+
+void Mirror::onRefused(const Zin::String& name, const std::string& why) {
+    say(std::string(name.view()) + " cannot be mirrored: " + why);
+    refused_ = true;
+}
+
+void Mirror::onBarrier(std::uint64_t token) {
+    if (options_.states) showStateAs(std::to_string(token));
+}
+
 void Mirror::onLost(bool wasSynced, const std::string& why) {
+    lost(wasSynced, options_.address + ": " + why);
+}
+
+void Mirror::lost(bool wasSynced, const std::string& why) {
     if (options_.once) {
         // An owner that ends is no failure for who watches.
         status_ = options_.watch && wasSynced ? exitGood : exitFailed;
@@ -235,14 +133,19 @@ void Mirror::onSynced() {
     pause_ = shortestPause;
     lastFailure_.clear();
     std::string names;
-    for (const auto& [name, mounted] : mounted_) {
+    for (const auto& [name, mirrored] : mirrors_) {
         names += (names.empty() ? "" : ", ") + std::string(name.view());
     }
-    if (mounted_.empty()) say(options_.address + " exports nothing that can be mirrored");
-    status_ = mounted_.empty() || refused_ ? exitFailed : exitGood;
+    if (mirrors_.empty()) {
+        say(options_.address + " exports nothing that can be mirrored" +
+            (options_.path.empty() ? "" : " as " + std::string(filter_.root().view())));
+    } else if (!options_.path.empty() && !filter_.findsAnything()) {
+        sayUnlessQuiet("nothing is at " + options_.path + " so far");
+    }
+    status_ = mirrors_.empty() || refused_ ? exitFailed : exitGood;
     if (options_.states) showStateAs("synced");
     if (options_.watch) {
-        if (!mounted_.empty()) sayUnlessQuiet("synchronised: " + names);
+        if (!mirrors_.empty()) sayUnlessQuiet("synchronised: " + names);
         return;
     }
     showState();
@@ -253,37 +156,28 @@ void Mirror::sayUnlessQuiet(const std::string& text) const {
     if (!options_.quiet) say(text);
 }
 
-void Mirror::show(const Change& change) const {
-    printLine(options_.json ? textOf(jsonOf(change)) : corra::textOf(change));
-}
-
-void Mirror::forget(const Zin::String& name) {
-    const auto known = mounted_.find(name);
-    if (known == mounted_.end()) return;
-    if (known->second.watcher) show({Change::Kind::removed, std::string(name.view()), {}, {}});
-    mounted_.erase(known);
+void Mirror::show(const Change& change) {
+    const auto shown = filter_.narrowed(change);
+    if (shown) printLine(options_.json ? lineOf(jsonOf(*shown)) : textOf(*shown));
 }
 
 void Mirror::showState() const {
-    if (!options_.json) {
-        for (const auto& [name, mounted] : mounted_) {
-            const std::string text = dump(name.view(), *mounted.entity);
-            printLine(std::string_view(text).substr(0, text.size() - 1));
-        }
-        return;
+    JsonArray array;
+    for (const auto& [name, mirrored] : mirrors_) {
+        const Zin::Entity& root = *mirrored.entity;
+        forEachFact(pathOfRoot(name.view(), root), root, [&](const Fact& fact) {
+            if (options_.json) return array.add(jsonOf(fact));
+            printLine(textOf(fact));
+        });
     }
-    std::string lines;
-    for (const auto& [name, mounted] : mounted_) {
-        for (const auto& fact : dumpJson(name.view(), *mounted.entity)) {
-            lines += (lines.empty() ? "[\n" : ",\n") + textOf(fact);
-        }
-    }
-    printLine(lines.empty() ? "[]" : lines + "\n]");
+    if (options_.json) array.end();
 }
 
 void Mirror::showStateAs(const std::string& token) const {
     std::string text;
-    for (const auto& [name, mounted] : mounted_) text += dump(name.view(), *mounted.entity);
+    for (const auto& [name, mirrored] : mirrors_) {
+        text += dump(pathOfRoot(name.view(), *mirrored.entity), *mirrored.entity);
+    }
     printLine("= " + token + ' ' + std::to_string(std::count(text.begin(), text.end(), '\n')));
     if (!text.empty()) printLine(std::string_view(text).substr(0, text.size() - 1));
 }

@@ -1,4 +1,4 @@
-// `corra serve`: owns the state of a capture and serves it to mirrors.
+// `corra serve`: owns the state of captures and state files and serves it to mirrors.
 
 #pragma once
 
@@ -8,12 +8,12 @@
 namespace corra {
 
 struct ServeOptions {
-    std::string captureDirectory;
+    std::vector<std::string> sources;
     std::vector<std::string> addresses;
     bool writable = false;
 };
 
-// Until SIGINT or SIGTERM; SIGHUP imports the capture again. Returns the exit status.
+// Until SIGINT or SIGTERM; SIGHUP loads the sources again. Returns the exit status.
 int serve(const ServeOptions& options);
 
 }  // namespace corra

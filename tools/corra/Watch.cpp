@@ -102,6 +102,11 @@ void TreeWatcher::tellDifferences(
     const std::string& path,
     const Fields& before,
     const Fields& after) const {
+    if (const auto change = changeOf(path, before, after)) listener_(*change);
+}
+
+std::optional<Change>
+changeOf(const std::string& path, const Fields& before, const Fields& after) {
     Change change{Change::Kind::changed, path, {}, {}};
     // One type, so the same fields.
     for (std::size_t i = 0; i < before.size() && i < after.size(); ++i) {
@@ -109,14 +114,15 @@ void TreeWatcher::tellDifferences(
         change.before.push_back(before[i]);
         change.after.push_back(after[i]);
     }
-    if (!change.before.empty()) listener_(change);
+    if (change.before.empty()) return std::nullopt;
+    return change;
 }
 
 std::string textOf(const Change& change) {
     std::string text{static_cast<char>(change.kind), ' '};
     text += change.path;
-    if (change.kind == Change::Kind::added) {
-        Fields fields = change.after;
+    if (change.kind != Change::Kind::changed) {
+        Fields fields = change.kind == Change::Kind::added ? change.after : change.before;
         std::erase_if(fields, saysNothing);
         return text + textOf(fields);
     }

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 #include "Zin/Entity.h"
@@ -23,7 +24,8 @@ struct Change {
 
     Kind kind;
     std::string path;
-    // All fields of what was added; of what changed those that differ, before and after.
+    // All fields of what was added, or was removed where they are known; of what changed those
+    // that differ, before and after.
     Fields before;
     Fields after;
 };
@@ -61,8 +63,12 @@ class TreeWatcher final : public Zin::Notifiee {
     std::map<std::string, Child> children_;
 };
 
-// "+ PATH NAME=TEXT ...", where fields that are zero, false or empty are left out,
-// "~ PATH NAME BEFORE -> AFTER, ...", or "- PATH".
+// Nothing when the fields, of the same names, are equal.
+std::optional<Change>
+changeOf(const std::string& path, const Fields& before, const Fields& after);
+
+// "+ PATH NAME=TEXT ..." or "- PATH NAME=TEXT ...", where fields that are zero, false or empty
+// are left out, or "~ PATH NAME BEFORE -> AFTER, ...".
 std::string textOf(const Change& change);
 
 nlohmann::ordered_json jsonOf(const Change& change);

@@ -1,0 +1,80 @@
+#include "corra/Show.h"
+
+#include <optional>
+#include <vector>
+
+#include "corra/Console.h"
+#include "corra/Dump.h"
+#include "corra/Locate.h"
+
+namespace corra {
+
+namespace {
+
+Source sourceFor(const ShowOptions& options) {
+    Zin::String root;
+    if (!options.path.empty()) withCaret(options.path, [&] { root = rootOf(options.path); });
+    return Source(options.source, root);
+}
+
+int printFacts(const std::vector<Fact>& facts, bool json) {
+    JsonArray array;
+    for (const Fact& fact : facts) {
+        if (json) {
+            array.add(jsonOf(fact));
+        } else {
+            printLine(textOf(fact));
+        }
+    }
+    if (json) array.end();
+    flushOutput();
+    return exitGood;
+}
+
+// The value, not its fact.
+void printValue(const Located& at, bool json) {
+    if (!json) return printLine(at.place.value().text());
+    nlohmann::ordered_json value;
+    forEachFact(at.path, at.place, [&](const Fact& fact) {
+        for (const Field& field : fact.fields) {
+            if (field.name.empty()) {
+                value = jsonOf(field);
+            } else {
+                value[field.name] = jsonOf(field);
+            }
+        }
+    });
+    printLine(lineOf(value));
+}
+
+int show(const ShowOptions& options, bool wantsValue) {
+    Source source = sourceFor(options);
+    if (options.path.empty()) return printFacts(factsOf(source.roots()), options.json);
+    std::optional<Located> at;
+    try {
+        withCaret(options.path, [&] { at.emplace(locate(source.roots(), options.path)); });
+    } catch (const Zin::AbsentException&) {
+    }
+    if (!at || !at->place.exists()) {
+        say("there is no " + options.path);
+        return exitFailed;
+    }
+    if (!wantsValue || !at->place.type()) {
+        return printFacts(factsAt(source.roots(), options.path), options.json);
+    }
+    printValue(*at, options.json);
+    flushOutput();
+    return exitGood;
+}
+
+}  // namespace
+
+int dump(const ShowOptions& options) {
+    return show(options, false);
+}
+
+int get(const ShowOptions& options) {
+    return show(options, true);
+}
+
+}  // namespace corra

@@ -1,0 +1,171 @@
+// dump, get, diff and export read a state; set, del and import change one.
+
+#include "corra/Commands.h"
+#include "corra/Diff.h"
+#include "corra/Edit.h"
+#include "corra/Export.h"
+#include "corra/Show.h"
+
+namespace corra {
+
+namespace {
+
+constexpr const char* aboutWrites =
+    "At a live owner the change is made in a mirror, and the owner must then hold it: a "
+    "server\n"
+    "that does not allow writes (serve --writable) refuses it. A state file is replaced as a\n"
+    "whole. A capture cannot be changed. What has changed is shown: + added, - removed, ~ "
+    "changed.";
+
+void addDump(Commands& commands) {
+    const auto [app, options] = commands.add<ShowOptions>(
+        "dump",
+        "Show what lies at a path, or all: a line a fact, sorted",
+        [](const ShowOptions& chosen) { return dump(chosen); });
+    addPath(app, options.path, "Default: all");
+    addAt(app, options.source.at);
+    addJson(app, options.json, "Show JSON: an array of facts");
+    addPatience(app, options.source.patience);
+    addFooter(
+        app,
+        "  corra dump --at examples/pe1/t0-alone\n"
+        "  corra dump --at unix:pw.sock pw.patch\n"
+        "  CORRA_AT=pw.json corra dump --json\n",
+        {aboutSources, aboutPaths});
+}
+
+void addGet(Commands& commands) {
+    const auto [app, options] = commands.add<ShowOptions>(
+        "get",
+        "Show the value of an attribute, a field or a member; of all else the facts",
+        get);
+    addPath(app, options.path, "What to show")->required();
+    addAt(app, options.source.at);
+    addJson(app, options.json, "Show JSON");
+    addPatience(app, options.source.patience);
+    addFooter(
+        app,
+        "  corra get --at unix:pw.sock pw.mtu\n"
+        "  corra get --at pw.json \"pw.connector[ldp:'pw1'].ldpKey\"\n",
+        {aboutSources, aboutPaths});
+}
+
+void addDiff(Commands& commands) {
+    const auto [app, options] =
+        commands.add<DiffOptions>("diff", "Show what differs between two states", diff);
+    app.add_option("A", options.before, "The one state")
+        ->required()
+        ->type_name(argument::source);
+    app.add_option("B", options.after, "The other state")
+        ->required()
+        ->type_name(argument::source);
+    addJson(app, options.json, "Show JSON: an array of changes");
+    addPatience(app, options.patience);
+    addFooter(
+        app,
+        "  corra diff examples/pe1/t0-alone examples/pe1/t1-converged\n"
+        "  corra diff pw.json unix:pw.sock\n",
+        {"Changes that make B of A, in the order of paths: + added, - removed, ~ changed.\n"
+         "Trees are compared by the names of their roots; where both states hold one tree,\n"
+         "these two are compared whatever their names.",
+         aboutSources});
+}
+
+void addExport(Commands& commands) {
+    const auto [app, options] =
+        commands.add<ExportOptions>("export", "Write a state file", exportState);
+    addAt(app, options.source.at);
+    app.add_option("-o,--output", options.file, "File to replace; default: standard output")
+        ->type_name(argument::file);
+    addPatience(app, options.source.patience);
+    addFooter(
+        app,
+        "  corra export --at unix:pw.sock -o pw.json\n"
+        "  corra export --at examples/pe1/t0-alone\n",
+        {aboutSources});
+}
+
+void addSet(Commands& commands) {
+    const auto [app, options] = commands.add<EditOptions>(
+        "set",
+        "Set an attribute, a field or a member, or make an absent member",
+        [](const EditOptions& chosen) { return set(chosen); });
+    addPath(app, options.path, "What to set")->required();
+    app.add_option(
+           "VALUE",
+           options.values,
+           "Its text; of a child that is made, the constructor arguments behind its name")
+        ->type_name(argument::value)
+        ->allow_extra_args(false);
+    addAt(app, options.source.at);
+    addQuiet(app, options.quiet);
+    addPatience(app, options.source.patience);
+    addFooter(
+        app,
+        "  corra set --at unix:pw.sock pw.mtu 9000\n"
+        "  corra set --at pw.json \"pw.patch['metro']\"\n"
+        "  corra set --at pw.json \"pw.connector[ldp:'pw1'].intfDescription\" 'to the core'\n",
+        {"A value is written as corra get shows it. A string may do without its quotes, "
+         "unless\n"
+         "it would read as one in quotes. Without VALUE an absent member or child is made.",
+         aboutWrites,
+         aboutSources,
+         aboutPaths});
+}
+
+void addDel(Commands& commands) {
+    const auto [app, options] = commands.add<EditOptions>(
+        "del",
+        "Delete a member, a child, or all members of a collection",
+        del);
+    addPath(app, options.path, "What to delete")->required();
+    addAt(app, options.source.at);
+    addQuiet(app, options.quiet);
+    addPatience(app, options.source.patience);
+    addFooter(
+        app,
+        "  corra del --at unix:pw.sock \"pw.patch['metro-003']\"\n"
+        "  corra del --at pw.json pw.patch\n",
+        {aboutWrites, aboutSources, aboutPaths});
+}
+
+void addImport(Commands& commands) {
+    const auto [app, options] = commands.add<ImportOptions>(
+        "import",
+        "Bring a live owner or a state file to another state",
+        import);
+    app.add_option("FROM", options.from, "The state that is wanted")
+        ->required()
+        ->type_name(argument::source);
+    addAt(app, options.source.at);
+    addQuiet(app, options.quiet);
+    addPatience(app, options.source.patience);
+    addFooter(
+        app,
+        "  corra import --at unix:pw.sock pw.json\n"
+        "  corra import --at pw.json examples/pe1/t1-converged\n",
+        {"Trees go by the names of their roots; what else the owner or the file holds stays. "
+         "Only\n"
+         "what differs is changed. An owner gets all roots of FROM only if it exports them; "
+         "a\n"
+         "state file gets those that it lacks. An error in FROM changes nothing.",
+         aboutWrites,
+         aboutSources});
+}
+
+}  // namespace
+
+void addReading(Commands& commands) {
+    addDump(commands);
+    addGet(commands);
+    addDiff(commands);
+    addExport(commands);
+}
+
+void addChanging(Commands& commands) {
+    addSet(commands);
+    addDel(commands);
+    addImport(commands);
+}
+
+}  // namespace corra
