@@ -41,7 +41,7 @@ class ZIN_EXPORT Config final : public frame::EntityOf<Config> {
   public:
     struct PatchKeyFunktor {
         const Zin::String& operator()(const Zin::Ptr<Patch>& patch) const {
-            return patch->entityName();
+            return patch->entityKey();
         }
     };
     struct ConnectorKeyFunktor {

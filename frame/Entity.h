@@ -50,26 +50,39 @@ Zin::Ptr<T> make(const Arguments&... arguments) {
 }
 
 template <class T>
+concept FrameEntity = std::derived_from<T, Zin::Entity> && requires {
+    typename T::EntityKey;
+};
+
+template <class T>
 class FlowOutOf;
 template <class T, class A>
 struct AttributeLogOf;
 template <class T, class A>
 struct GenericIfOf;
 
-// The base of an entity type T that is made with a name. A type with further constructor
-// parameters hides ConstructorArguments and constructorArguments(); one with a dump of its own
-// hides dumpState().
-template <class T>
+// The base of an entity type T that is made with a key: for most types a name; for a child that
+// lies under another key, that key, whose text is then the entity's name. A type with further
+// constructor parameters hides ConstructorArguments, constructorAttributeIds and
+// constructorArguments(); one with a dump of its own hides dumpState().
+template <class T, class Key = Zin::String>
 class ZIN_EXPORT EntityOf : public Zin::Entity {
   public:
-    using ConstructorArguments = std::tuple<Zin::String>;
-    // The attribute of each constructor argument; the name has none.
+    using EntityKey = Key;
+    using ConstructorArguments = std::tuple<Key>;
+    // The attribute of each constructor argument; most names have none.
     static constexpr AttributeId constructorAttributeIds[] = {0};
     using FlowOut = FlowOutOf<T>;
 
-    Zin::String name() const override { return name_; }
-    const Zin::String& entityName() const noexcept { return name_; }
-    ConstructorArguments constructorArguments() const { return {name_}; }
+    Zin::String name() const override {
+        if constexpr (std::same_as<Key, Zin::String>) {
+            return entityKey_;
+        } else {
+            return Zin::textOf(entityKey_);
+        }
+    }
+    const Key& entityKey() const noexcept { return entityKey_; }
+    ConstructorArguments constructorArguments() const { return {entityKey_}; }
 
     static constexpr DumpStyle dumpStyle = DumpStyle::plain;
     // Prints the entity and all below it (frame/Dump.h).
@@ -96,7 +109,10 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
     static inline constinit Zin::AllocTrackTypeInfo zinAllocTrackTypeInfo_;
 
   protected:
-    EntityOf(Construct, const Zin::String& name) : name_(name) {}
+    EntityOf(Construct, const Key& key) : entityKey_(key) {}
+
+    // A type whose key is also an attribute of it lists this member.
+    Key entityKey_;
 
     // --- Single values ---
     template <auto member>
@@ -314,7 +330,6 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         }
     }
 
-    Zin::String name_;
     mutable Zin::NotifieeList notifieeList_;
 };
 

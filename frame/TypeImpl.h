@@ -62,6 +62,9 @@ consteval std::string_view keyFieldOf() {
     std::string_view name;
     if constexpr (InstantiatingCollection<V>) {
         name = "name";
+        entitySchemaOf<ChildOf<V>>.forEach([&]<class A>(const A& attribute) {
+            if (A::id == ChildOf<V>::constructorAttributeIds[0]) name = attribute.name;
+        });
     } else if constexpr (KeyInsideValue<V>) {
         describe::schemaOf<typename V::Value>.forEach([&]<class F>(const F& field) {
             if (std::same_as<typename F::Value, typename V::Key> && name.empty()) {
@@ -196,8 +199,7 @@ concept RootEntity = requires {
 
 namespace Zin {
 
-template <class T>
-requires std::derived_from<T, frame::EntityOf<T>>
+template <frame::FrameEntity T>
 struct TypeImpl<T> {
     using FlowOut = NboAttrLog::FlowOut;
     using In = NboAttrLog::In;

@@ -7,11 +7,11 @@
 
 #include <string_view>
 
-#include "Bridging/VlanId.h"
 #include "Bridging/Strep.h"
-#include "Zin/TextReader.h"
+#include "Bridging/VlanId.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Bridging {

@@ -12,9 +12,9 @@
 #include <string_view>
 
 #include "Bridging/Strep.h"
-#include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Bridging {

@@ -6,6 +6,7 @@
 
 #include "Vorn/IntfIdKinds.h"
 #include "Zin/Exceptions.h"
+#include "Zin/ValueInfo.h"
 
 namespace Vorn {
 
@@ -152,21 +153,18 @@ IntfId rawNext(Zin::TextReader& reader) {
     return id;
 }
 
-std::string rawText(std::uint64_t value) {
-    std::string text = "0x";
-    for (int shift = 60; shift >= 0; shift -= 4)
-        text += "0123456789abcdef"[value >> shift & 15];
-    return text;
-}
-
 }  // namespace
 
 Zin::String IntfId::stringValue() const {
     if (value_ == 0) return "none";
     const Naming* const naming = namingOf(*this);
-    if (!naming) return rawText(value_);
+    std::string text;
+    if (!naming) {
+        Zin::appendHex64(text, value_);
+        return text;
+    }
 
-    std::string text(naming->prefix);
+    text = naming->prefix;
     const std::uint32_t number = numberOf(value_);
     if (naming->inParts()) {
         text += std::to_string(parts[0].of(number));

@@ -15,9 +15,9 @@
 #include <string_view>
 
 #include "Vorn/Strep.h"
-#include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Vorn {
@@ -35,7 +35,9 @@ class IntfId : public Zin::Value<IntfId> {
     constexpr void valueIs(std::uint64_t value) { value_ = value; }
 
     ZIN_EXPORT Zin::String stringValue() const;
-    static IntfId fromStringValue(std::string_view text) { return Zin::wholeText<IntfId>(text); }
+    static IntfId fromStringValue(std::string_view text) {
+        return Zin::wholeText<IntfId>(text);
+    }
     ZIN_EXPORT static IntfId textNext(Zin::TextReader& reader);
 
   private:

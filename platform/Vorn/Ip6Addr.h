@@ -9,9 +9,9 @@
 #include <string_view>
 
 #include "Vorn/Strep.h"
-#include "Zin/TextReader.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Vorn {
@@ -34,7 +34,9 @@ class Ip6Addr : public Zin::Value<Ip6Addr> {
     ZIN_EXPORT std::uint32_t hash(std::uint32_t seed) const noexcept;
 
     ZIN_EXPORT Zin::String stringValue() const;
-    static Ip6Addr fromStringValue(std::string_view text) { return Zin::wholeText<Ip6Addr>(text); }
+    static Ip6Addr fromStringValue(std::string_view text) {
+        return Zin::wholeText<Ip6Addr>(text);
+    }
     ZIN_EXPORT static Ip6Addr textNext(Zin::TextReader& reader);
 
   private:

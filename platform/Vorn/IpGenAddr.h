@@ -12,10 +12,10 @@
 
 #include "Vorn/Ip6Addr.h"
 #include "Vorn/Strep.h"
-#include "Zin/TextReader.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Zin::NboAttrLog {

@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "Vorn/Strep.h"
-#include "Zin/TextReader.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Vorn {

@@ -197,6 +197,13 @@ bool isUtf8(std::string_view bytes) noexcept {
     return true;
 }
 
+void appendHex64(std::string& text, std::uint64_t number) {
+    text += "0x";
+    for (int shift = 60; shift >= 0; shift -= 4) {
+        text += "0123456789abcdef"[number >> shift & 15];
+    }
+}
+
 void appendQuoted(std::string& text, std::string_view bytes) {
     constexpr std::string_view hex = "0123456789abcdef";
     text += '\'';

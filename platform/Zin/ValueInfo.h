@@ -104,6 +104,9 @@ readField(TextReader& reader, std::string_view fieldName, const ValueInfo& type,
 // no UTF-8 are escaped, so that the text is UTF-8 whatever the string holds.
 ZIN_EXPORT void appendQuoted(std::string& text, std::string_view bytes);
 
+// Appends "0x" and 16 lower-case hexadecimal digits.
+ZIN_EXPORT void appendHex64(std::string& text, std::uint64_t number);
+
 // "TimeRange" of "Pseudowire::TimeRange".
 constexpr std::string_view unqualified(std::string_view typeName) {
     const std::size_t colon = typeName.rfind(':');

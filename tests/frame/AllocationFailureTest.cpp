@@ -5,10 +5,8 @@
 
 #include <new>
 
-#include "Pseudowire/PseudowireConfig.h"
-#include "Pseudowire/PwRunnability.h"
 #include "frame/Allocations.h"
-#include "support/LabTypes.h"
+#include "support/RootTypes.h"
 #include "support/Simulator.h"
 
 namespace {
@@ -17,12 +15,6 @@ using namespace support;
 using Zin::NboAttrLog::Access;
 using Zin::NboAttrLog::Exports;
 using Zin::NboAttrLog::Observer;
-
-constexpr EntityType types[] = {
-    entityType<Lab::Bench>(),
-    entityType<Pseudowire::Config>(),
-    entityType<Pseudowire::Runnability>(),
-};
 
 // An entity that is as it was after so many steps, with a mirror that may write or not.
 struct World {
@@ -76,7 +68,7 @@ bool isBetween(const State& before, const State& after, const State& now) {
 
 TEST(AllocationFailure, AMutatorDoesAllOrNothing) {
     int failures = 0;
-    for (const EntityType& type : types) {
+    for (const EntityType& type : rootTypes) {
         for (std::uint64_t seed = 1; seed <= 60; ++seed) {
             SCOPED_TRACE(seed);
             const auto changed = [&](World& world) -> Zin::Entity& {
@@ -119,7 +111,7 @@ TEST(AllocationFailure, AMutatorDoesAllOrNothing) {
 
 TEST(AllocationFailure, StreamsLoseNothing) {
     int failures = 0;
-    for (const EntityType& type : types) {
+    for (const EntityType& type : rootTypes) {
         for (std::uint64_t seed = 1; seed <= 20; ++seed) {
             SCOPED_TRACE(seed);
             bool more = true;

@@ -6,10 +6,8 @@
 
 #include <cstdlib>
 
-#include "Pseudowire/PseudowireConfig.h"
-#include "Pseudowire/PwRunnability.h"
 #include "Zin/AllocTrack.h"
-#include "support/LabTypes.h"
+#include "support/RootTypes.h"
 #include "support/Simulator.h"
 
 namespace {
@@ -19,24 +17,17 @@ using Zin::NboAttrLog::Access;
 using Zin::NboAttrLog::Exports;
 using Zin::NboAttrLog::Observer;
 
-// Later roots join by standing here.
-constexpr EntityType types[] = {
-    entityType<Lab::Bench>(),
-    entityType<Pseudowire::Config>(),
-    entityType<Pseudowire::Runnability>(),
-};
-
 TEST(Simulation, MirrorsEndAsTheirOwner) {
     constexpr unsigned steps = 1500;
     if (const char* const seed = std::getenv("CORRA_SEED")) {
-        Simulation one(types, std::strtoull(seed, nullptr, 10), true);
+        Simulation one(rootTypes, std::strtoull(seed, nullptr, 10), true);
         EXPECT_EQ(one.run(steps), "");
         return;
     }
     const char* const wanted = std::getenv("CORRA_SEEDS");
     const std::uint64_t seeds = wanted ? std::strtoull(wanted, nullptr, 10) : 400;
     for (std::uint64_t seed = 1; seed <= seeds; ++seed) {
-        Simulation one(types, seed, false);
+        Simulation one(rootTypes, seed, false);
         ASSERT_EQ(one.run(steps), "") << "CORRA_SEED=" << seed << " replays this";
     }
 }
@@ -63,7 +54,7 @@ struct Pair {
 };
 
 TEST(Simulation, WhatAMirrorAppliesIsNeverSentBack) {
-    for (const EntityType& type : types) {
+    for (const EntityType& type : rootTypes) {
         Pair pair(type, Access::readWrite);
         laws::Random random(1);
         const std::uint64_t said = pair.link->end(1).counters().messagesOut;
@@ -96,7 +87,7 @@ TEST(Simulation, AStalledPeerCostsItsDirtyKeys) {
     for (const Case& c :
          {Case{"few keys", 8, 4096}, Case{"ever new keys", 100000, 200 << 10}}) {
         SCOPED_TRACE(c.name);
-        Pair pair(types[0], Access::readWrite, 1024);
+        Pair pair(rootTypes[0], Access::readWrite, 1024);
         auto& bench = static_cast<Lab::Bench&>(*pair.owner);
         const std::uint64_t before = trackedBytes();
         const std::uint64_t sent = pair.link->end(0).counters().bytesOut;
@@ -122,7 +113,7 @@ TEST(Simulation, ReactorsThatThrowKeepNothingFromBeingApplied) {
             throw std::runtime_error("thrown by a reactor");
         }
     };
-    for (const EntityType& type : types) {
+    for (const EntityType& type : rootTypes) {
         Pair pair(type, Access::readWrite);
         pair.link.reset();
         laws::Random random(2);
@@ -142,7 +133,7 @@ TEST(Simulation, ReactorsThatThrowKeepNothingFromBeingApplied) {
 // Children that come and go leave nothing behind on either side of a stream.
 TEST(Simulation, DeletedChildrenDie) {
     for (const Access access : {Access::readOnly, Access::readWrite}) {
-        Pair pair(types[0], access);
+        Pair pair(rootTypes[0], access);
         auto& bench = static_cast<Lab::Bench&>(*pair.owner);
         std::uint64_t before = 0;
         for (int i = 0; i < 50; ++i) {
@@ -158,7 +149,7 @@ TEST(Simulation, DeletedChildrenDie) {
 
 // A read-only mirror that is written again and again while its owner does not read.
 TEST(Simulation, RefusedWritesCostNothingAndAreHealed) {
-    for (const EntityType& type : types) {
+    for (const EntityType& type : rootTypes) {
         Pair pair(type, Access::readOnly, 1024);
         laws::Random random(1);
         for (int i = 0; i < 300; ++i) type.step(*pair.owner, random);

@@ -13,7 +13,6 @@
 #include "Vorn/Ip6Addr.h"
 #include "Vorn/IpGenAddr.h"
 #include "laws/RandomValue.h"
-#include "laws/ValueLaws.h"
 
 namespace laws {
 

@@ -18,6 +18,7 @@
 
 #include "Zin/String.h"
 #include "describe/Schema.h"
+#include "describe/Value.h"
 
 namespace laws {
 
@@ -121,5 +122,16 @@ T randomOther(Random& random, const T& value) {
         if (!(other == value)) return other;
     }
 }
+
+// Types that read more than one text as the same value specialise this as false.
+template <class T>
+inline constexpr bool oneTextPerValue = [] {
+    bool one = !std::floating_point<T>;
+    if constexpr (describe::Value<T>) {
+        describe::schemaOf<T>.forEach(
+            [&](auto field) { one = one && oneTextPerValue<typename decltype(field)::Value>; });
+    }
+    return one;
+}();
 
 }  // namespace laws

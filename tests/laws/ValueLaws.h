@@ -28,17 +28,6 @@
 
 namespace laws {
 
-// Types that read more than one text as the same value specialise this as false.
-template <class T>
-inline constexpr bool oneTextPerValue = [] {
-    bool one = !std::floating_point<T>;
-    if constexpr (describe::Value<T>) {
-        describe::schemaOf<T>.forEach(
-            [&](auto field) { one = one && oneTextPerValue<typename decltype(field)::Value>; });
-    }
-    return one;
-}();
-
 template <class T>
 std::vector<std::byte> encoded(const T& value) {
     std::vector<std::byte> bytes(Zin::NboAttrLog::attrLogSize(value));

@@ -8,10 +8,13 @@
 #include "Pseudowire/PseudowireConfig.h"
 #include "Pseudowire/PseudowireConnectorStatus.h"
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
+#include "Pseudowire/PseudowireOxoTypes.h"
 #include "Pseudowire/VidNormalization.h"
+#include "Tunnel/TunnelTable/TunnelId.h"
 #include "Zin/Format.h"
 #include "Zin/Strep.h"
 #include "laws/RandomPlatformValues.h"
+#include "laws/ValueLaws.h"
 #include "support/LabTypes.h"
 
 namespace {
@@ -73,6 +76,8 @@ TEST(Enumerations, AllHaveTheirFamily) {
         QosMapType,
         VccvCcType,
         VccvCvType,
+        OxoPw::UnprogrammedReason,
+        Tunnel::TunnelTable::TunnelType,
         Lab::Colour>();
     Zin::forEachModule([&](const Zin::ZinModule& module) {
         for (const Zin::TypeInfo& type : module.types) {

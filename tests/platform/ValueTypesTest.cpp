@@ -9,6 +9,7 @@
 
 #include "Bridging/Dot1qEncap.h"
 #include "Bridging/VlanId.h"
+#include "Dwil/IntfEncap.h"
 #include "Pseudowire/Connector.h"
 #include "Pseudowire/ConnectorKey.h"
 #include "Pseudowire/Dot1qTagOperation.h"
@@ -17,12 +18,14 @@
 #include "Pseudowire/PseudowireLdpKey.h"
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
 #include "Pseudowire/PseudowireType.h"
+#include "Pseudowire/PwEncap.h"
 #include "Pseudowire/QosMap.h"
 #include "Pseudowire/TimeRange.h"
 #include "Pseudowire/Vccv.h"
 #include "Pseudowire/VidNormalization.h"
 #include "Quib/Tristate.h"
 #include "Routing/Rib/ResolutionRibProfileConfig.h"
+#include "Tunnel/TunnelTable/TunnelId.h"
 #include "Vorn/IntfId.h"
 #include "Vorn/IntfIdKinds.h"
 #include "Vorn/Ip6Addr.h"
@@ -54,7 +57,15 @@ using ValueTypes = testing::Types<
     Pseudowire::PseudowireLdpKey,
     Pseudowire::TimeRange,
     Pseudowire::QosMap,
-    Pseudowire::Connector>;
+    Pseudowire::Connector,
+    Dwil::IntfEncap,
+    Tunnel::TunnelTable::TunnelId,
+    Pseudowire::PwAdjGroupId,
+    Pseudowire::LocalConnectorInfo,
+    Pseudowire::EncapAdjacency,
+    Pseudowire::PwEncapAdjacency,
+    Pseudowire::EncapMapAndRewrite,
+    Pseudowire::IntfIdDot1qEncap>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, ValueLaws, ValueTypes);
 
 // Peers count on these.

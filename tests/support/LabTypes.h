@@ -95,11 +95,11 @@ struct NameOf {
     const Zin::String& operator()(const Reagent& reagent) const { return reagent.name(); }
     template <class Child>
     const Zin::String& operator()(const Zin::Ptr<Child>& child) const {
-        return child->entityName();
+        return child->entityKey();
     }
     template <std::derived_from<Zin::Entity> Child>
     const Zin::String& operator()(const Child& child) const {
-        return child.entityName();
+        return child.entityKey();
     }
 };
 
@@ -193,7 +193,7 @@ class Rack final : public frame::EntityOf<Rack> {
     static constexpr frame::DumpStyle dumpStyle = frame::DumpStyle::assigning;
     using ConstructorArguments = std::tuple<Zin::String, bool>;
     static constexpr frame::AttributeId constructorAttributeIds[] = {0, 258};
-    ConstructorArguments constructorArguments() const { return {entityName(), cooled_}; }
+    ConstructorArguments constructorArguments() const { return {entityKey(), cooled_}; }
 
     bool cooled() const { return cooled_; }
     std::uint16_t height() const { return height_; }

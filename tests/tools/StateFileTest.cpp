@@ -36,6 +36,7 @@
 #include "support/Dump.h"
 #include "support/LabTypes.h"
 #include "support/Mutate.h"
+#include "support/RootTypes.h"
 #include "tools/Captures.h"
 
 extern const Zin::ZinModule _Depot_0_zinModule;
@@ -123,13 +124,12 @@ using support::entityType;
 using Zin::Entity;
 using EntityPtr = Zin::Ptr<Entity>;
 
-// Later roots join by standing here.
-constexpr EntityType types[] = {
-    entityType<Lab::Bench>(),
-    entityType<Depot::Yard>(),
-    entityType<Pseudowire::Config>(),
-    entityType<Pseudowire::Runnability>(),
-};
+// All root types that there are.
+const std::vector<EntityType> types = [] {
+    std::vector<EntityType> all(std::begin(support::rootTypes), std::end(support::rootTypes));
+    all.push_back(entityType<Depot::Yard>());
+    return all;
+}();
 
 std::string differenceOf(const Entity& expected, const Entity& found) {
     return support::difference(support::dump(expected), support::dump(found));
@@ -595,8 +595,8 @@ TEST(Update, ComesToRestWithNumbersThatAreNone) {
 }
 
 TEST(Update, RefusesAnotherType) {
-    const EntityPtr config = types[2].make("a");
-    const EntityPtr runnability = types[3].make("a");
+    const EntityPtr config = entityType<Pseudowire::Config>().make("a");
+    const EntityPtr runnability = entityType<Pseudowire::Runnability>().make("a");
     EXPECT_THROW(update(*config, *runnability), Zin::TypeException);
     const auto bench = Lab::Bench::BenchIs("b");
     const auto warm = bench->rackIs("warm", false);
