@@ -13,8 +13,8 @@ AttributeId ZinAttrBase::attributeId() const noexcept {
     const TypeTable table(module_->typeTable);
     const auto owner = table.type(type().index);
     const auto found = table.record(record());
-    const bool isOwn = owner && found && record() >= owner->firstRecord &&
-                       record() - owner->firstRecord < owner->records;
+    // An unsigned difference: records before the first one are far behind the last.
+    const bool isOwn = owner && found && record() - owner->firstRecord < owner->records;
     return isOwn ? found->id : 0;
 }
 

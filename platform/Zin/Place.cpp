@@ -143,8 +143,8 @@ std::vector<Any> constructorArguments(
     const auto due = type.constructorArguments.subspan(from);
     if (texts.size() != due.size()) {
         throw Exception(
-            std::to_string(texts.size()) + " arguments were given for a " +
-            std::string(type.name) + ", due are: " + argumentNames(type, from));
+            std::to_string(texts.size()) + " arguments for a " + std::string(type.name) +
+            ", due: " + argumentNames(type, from));
     }
     std::vector<Any> arguments;
     for (std::size_t i = 0; i < due.size(); ++i) {

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <type_traits>
 
 #include "Zin/Hash.h"
 #include "Zin/Module.h"
@@ -27,6 +28,23 @@ namespace typeTable {
 void A_MODULE_HAS_TOO_MANY_TYPES_ATTRIBUTES_OR_NAMES();
 
 using Types = std::span<const TypeInfo>;
+
+// Whether a pointer to a table or a function is null. g++ with its undefined-behaviour
+// sanitizer takes the address of an inline variable for one that may be null, and a comparison
+// that it cannot fold for none at all; that it cannot be folded says that it is not null.
+constexpr bool isNull(auto* pointer) {
+    if (std::is_constant_evaluated()) {
+        return __builtin_constant_p(pointer == nullptr) && pointer == nullptr;
+    }
+    return pointer == nullptr;
+}
+
+constexpr bool isEntity(const TypeInfo& type) {
+    return !isNull(type.entity);
+}
+constexpr std::string_view nameOf(const TypeInfo& type) {
+    return isEntity(type) ? type.entity->name : type.value->name;
+}
 
 // A number for a type that every runtime knows; 0 for one that is referred to by its name.
 constexpr std::int16_t builtinNumber(const ValueInfo& type) {
@@ -53,20 +71,20 @@ constexpr std::int16_t builtinNumber(const ValueInfo& type) {
 // Calls visit(name) for each name of a type that must be in the pool because it is referred to.
 constexpr void forEachReference(Types types, auto&& visit) {
     const auto ofValue = [&](const ValueInfo* type) {
-        if (type && builtinNumber(*type) == 0) visit(type->name);
+        if (!isNull(type) && builtinNumber(*type) == 0) visit(type->name);
     };
     for (const TypeInfo& type : types) {
-        if (type.value) {
+        if (!isEntity(type)) {
             if (type.value->kind == ValueKind::enumeration) continue;
             for (const FieldInfo& field : type.value->fields) ofValue(field.type);
             continue;
         }
-        if (type.entity->base) visit(type.entity->base->name);
+        if (!isNull(type.entity->base)) visit(type.entity->base->name);
         for (const AttributeInfo& attribute : type.entity->attributes) {
             if (attribute.kind == AttributeKind::function) continue;
             ofValue(attribute.value);
             ofValue(attribute.key);
-            if (attribute.childType) visit(attribute.childType->name);
+            if (!isNull(attribute.childType)) visit(attribute.childType->name);
         }
     }
 }
@@ -74,7 +92,7 @@ constexpr void forEachReference(Types types, auto&& visit) {
 // Calls visit(name) for each name of an attribute, a field, a function or an enumerator.
 constexpr void forEachName(Types types, auto&& visit) {
     for (const TypeInfo& type : types) {
-        if (type.value) {
+        if (!isEntity(type)) {
             for (const auto& enumerator : type.value->enumerators) visit(enumerator.name);
             for (const FieldInfo& field : type.value->fields) visit(field.name);
             for (const std::string_view function : type.value->functions) visit(function);
@@ -88,7 +106,7 @@ constexpr void forEachName(Types types, auto&& visit) {
 }
 
 constexpr std::size_t recordsOf(const TypeInfo& type) {
-    if (type.entity) return type.entity->attributes.size();
+    if (isEntity(type)) return type.entity->attributes.size();
     if (type.value->kind == ValueKind::enumeration) return type.value->enumerators.size();
     return type.value->fields.size() + type.value->functions.size();
 }
@@ -149,7 +167,7 @@ struct Builder {
     static constexpr auto typeNames = [] {
         Pool<mostReferences + types.size()> pool;
         for (std::size_t i = 0; i < references.count; ++i) pool.add(references.names[i]);
-        for (const TypeInfo& type : types) pool.add(type.name());
+        for (const TypeInfo& type : types) pool.add(nameOf(type));
         pool.finish(0);
         return pool;
     }();
@@ -195,7 +213,7 @@ struct Builder {
         return static_cast<std::int16_t>(references.indexOf(name));
     }
     static constexpr std::int16_t typeNumber(const ValueInfo* type) {
-        if (!type) return none;
+        if (isNull(type)) return none;
         const std::int16_t builtin = builtinNumber(*type);
         return builtin != 0 ? builtin : reference(type->name);
     }
@@ -241,7 +259,7 @@ struct Builder {
         if (attribute.kind == AttributeKind::function) {
             return functionRecord(attribute.id, attribute.name);
         }
-        const bool instantiates = attribute.childType != nullptr;
+        const bool instantiates = !isNull(attribute.childType);
         const RecordKind kind =
             attribute.kind == AttributeKind::collection      ? RecordKind::collection
             : attribute.kind == AttributeKind::instantiating ? RecordKind::instantiating
@@ -263,7 +281,7 @@ struct Builder {
     // Returns the index behind the last record.
     static constexpr std::size_t
     putRecords(Writer& writer, std::size_t index, const TypeInfo& type) {
-        if (type.entity) {
+        if (isEntity(type)) {
             for (const AttributeInfo& attribute : type.entity->attributes) {
                 put(writer, index++, attributeRecord(attribute));
             }
@@ -307,9 +325,9 @@ struct Builder {
         std::uint32_t flags = 0;
         std::int16_t base = entityBase;
         std::size_t number = 0;
-        if (type.entity) {
-            if (type.entity->newEntityForDir) flags = isRoot;
-            if (type.entity->base) base = reference(type.entity->base->name);
+        if (isEntity(type)) {
+            if (!isNull(type.entity->newEntityForDir)) flags = isRoot;
+            if (!isNull(type.entity->base)) base = reference(type.entity->base->name);
             number = type.entity->constructorArguments.size();
         } else if (type.value->kind == ValueKind::enumeration) {
             kind = TypeKind::enumeration;
@@ -317,14 +335,14 @@ struct Builder {
             base = number == 1 ? u8 : number == 2 ? u16 : u32;
         } else {
             kind = TypeKind::value;
-            if (type.value->hash) flags |= isHashed;
-            if (type.value->less) flags |= isOrdered;
+            if (!isNull(type.value->hash)) flags |= isHashed;
+            if (!isNull(type.value->less)) flags |= isOrdered;
             if (type.value->kind == ValueKind::text) flags |= hasOwnText;
             base = none;
         }
         writer.put(at, static_cast<std::uint32_t>(kind), 1);
         writer.put(at + 1, typeMark, 1);
-        writer.put(at + 2, typeNames.offsetOf(type.name()), 2);
+        writer.put(at + 2, typeNames.offsetOf(nameOf(type)), 2);
         writer.put(at + 4, flags, 4);
         writer.putSigned(at + 8, base);
         writer.put(at + 10, static_cast<std::uint32_t>(number), 2);
@@ -376,14 +394,14 @@ class Fingerprint {
     }
     // Down to the last field: types of other modules are part of the messages.
     constexpr void add(const ValueInfo* type) {
-        if (!type) return add(std::uint64_t{0});
+        if (isNull(type)) return add(std::uint64_t{0});
         add(type->name);
         add(std::uint64_t{type->fields.size()});
         for (const FieldInfo& field : type->fields) {
             add(field.name);
             add(field.type);
         }
-        if (type->collection) {
+        if (!isNull(type->collection)) {
             add(type->collection->key);
             add(type->collection->value);
         }
@@ -400,7 +418,7 @@ class Fingerprint {
             add(std::uint64_t{attribute.streamed});
             if (!attribute.streamed) continue;
             add(attribute.key);
-            if (attribute.childType) {
+            if (!isNull(attribute.childType)) {
                 add(attribute.childType->name);
             } else {
                 add(attribute.value);
@@ -420,10 +438,10 @@ template <const auto& types>
 alignas(typeTable::poolAlignment) inline constexpr auto compiledTypeTable =
     typeTable::Builder<types>::bytes();
 
-consteval std::uint64_t fingerprintOf(std::span<const TypeInfo> types) {
+constexpr std::uint64_t fingerprintOf(std::span<const TypeInfo> types) {
     typeTable::Fingerprint fingerprint;
     for (const TypeInfo& type : types) {
-        if (type.entity) {
+        if (typeTable::isEntity(type)) {
             fingerprint.add(*type.entity);
         } else {
             fingerprint.add(type.value);

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <sstream>
 #include <string>
 
 #include "Pseudowire/PseudowireConfig.h"
@@ -14,22 +14,32 @@ namespace {
 using Quib::DumpContext;
 using AfterChild = DumpContext::AfterChild;
 
-std::string withoutAddresses(const std::string& text) {
-    return std::regex_replace(text, std::regex("0x[0-9a-f]+"), "ADDRESS");
+std::string withoutAddresses(std::string text) {
+    for (std::size_t at = 0; (at = text.find("0x", at)) != std::string::npos;) {
+        const std::size_t end = text.find_first_not_of("0123456789abcdef", at + 2);
+        text.replace(at, end - at, "ADDRESS");
+    }
+    return text;
 }
 
 template <class T>
 std::string dumped(const T& entity, unsigned indent, AfterChild after = AfterChild::blankLine) {
+    const auto live = DumpContext::zinAllocTrackTypeInfo_.counts().liveObjects;
     std::string text;
     entity.dumpState(DumpContext::make(text, after), indent);
+    EXPECT_EQ(DumpContext::zinAllocTrackTypeInfo_.counts().liveObjects, live);
     return withoutAddresses(text);
 }
 
-std::string indented(const std::string& text, unsigned indent) {
-    return std::regex_replace(
-        text,
-        std::regex("(^|\n)(?=[^\n])"),
-        "$1" + std::string(indent, ' '));
+// With blanks in front of each line that is not empty, or without the lines that are.
+std::string indented(const std::string& text, unsigned indent, bool keepEmpty = true) {
+    std::string all;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty()) all += std::string(indent, ' ') + line;
+        if (keepEmpty || !line.empty()) all += '\n';
+    }
+    return all;
 }
 
 constexpr const char* benchAsText = R"(Bench ADDRESS
@@ -102,16 +112,14 @@ TEST(Dump, FollowsTheSchemaAtAnyIndentation) {
     for (const unsigned indent : {0u, 2u, 7u}) {
         EXPECT_EQ(dumped(*entity, indent), indented(expected, indent));
     }
-    EXPECT_EQ(
-        dumped(*entity, 0, AfterChild::nothing),
-        std::regex_replace(expected, std::regex("\n\n"), "\n"));
+    EXPECT_EQ(dumped(*entity, 0, AfterChild::nothing), indented(expected, 0, false));
 
     // By code that does not know the type.
     std::string text;
     const Zin::Entity& untyped = *entity;
     untyped.fwkType().info()->dumpState(untyped, DumpContext::make(text), 0);
     EXPECT_EQ(withoutAddresses(text), expected);
-    // Without a context it is for whoever looks.
+    // To standard output.
     testing::internal::CaptureStdout();
     entity->dumpState(nullptr, 0);
     EXPECT_EQ(
@@ -180,19 +188,6 @@ TEST(Dump, SmallWords) {
     EXPECT_EQ(Quib::objDumpTypeName(static_cast<Zin::PtrInterface*>(object.get())), "Unnamed");
     EXPECT_EQ(Quib::objDumpSanitizeTypeName("*Not mangled"), "Not mangled");
     EXPECT_EQ(Quib::objDumpSanitizeTypeName("*N3Lab4SlotE"), "Lab::Slot");
-}
-
-TEST(Dump, ContextGivesItsMemoryBack) {
-    const auto live = [] {
-        return DumpContext::zinAllocTrackTypeInfo_.counts().liveObjects;
-    };
-    const auto before = live();
-    {
-        std::string text;
-        const auto context = DumpContext::make(text);
-        EXPECT_EQ(live(), before + 1);
-    }
-    EXPECT_EQ(live(), before);
 }
 
 }  // namespace

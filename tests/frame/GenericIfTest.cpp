@@ -283,10 +283,11 @@ void checkCollection(Subject& subject, laws::Random& random) {
     const std::string none = of.childType ? "absent" : of.value ? Any(*of.value).text() : "";
     Model model;
     std::vector<Any> keys;
-    while (keys.size() < 6) {
-        keys.push_back(randomAny(*of.key, random));
-        if (std::count(keys.begin(), keys.end(), keys.back()) > 1) keys.pop_back();
+    for (int draw = 0; draw < 60 && keys.size() < 6; ++draw) {
+        const Any key = randomAny(*of.key, random);
+        if (std::find(keys.begin(), keys.end(), key) == keys.end()) keys.push_back(key);
     }
+    ASSERT_GT(keys.size(), 1u);
     for (int round = 0; round < 120; ++round) {
         if (round % 10 == 0) checkWalk(subject, model, keys, round % 20 ? &random : nullptr);
         const std::size_t at = laws::below(random, keys.size());

@@ -35,9 +35,11 @@ std::string outcome(const Step& step) {
     try {
         return step();
     } catch (const Zin::PathException& e) {
-        return "path " + std::to_string(e.position()) + ' ' + e.what();
+        const std::string text = e.what();
+        EXPECT_TRUE(text.starts_with("at position " + std::to_string(e.position()) + ": "));
+        return text;
     } catch (const Zin::TextException& e) {
-        return "text " + std::to_string(e.position()) + ' ' + e.what();
+        return "at position " + std::to_string(e.position()) + ": expected " + e.expectation();
     } catch (const Zin::Exception& e) {
         return std::string("refused ") + e.what();
     }
@@ -86,25 +88,22 @@ TEST(Place, PathsLeadToWhatTheySay) {
 TEST(Place, PathsThatLeadNowhereSayWhereAndWhatIsDue) {
     const Place root(bench());
     for (const auto& [path, expected] : {
-             Case{"flag", "path 10 at position 10: expected '.' or the end"},
-             {".", "path 11 at position 11: Lab::Bench has no attribute ''; it has flag, tiny"},
-             {".flagg", "path 11 at position 11: Lab::Bench has no attribute 'flagg'; it has"},
-             {".flag.x", "path 16 at position 16: bool has no field 'x'; it has none"},
-             {".flag[0]", "path 15 at position 15: expected '.'"},
+             Case{"flag", "at position 10: expected '.' or the end"},
+             {".", "at position 11: Lab::Bench has no attribute ''; it has flag, tiny"},
+             {".flagg", "at position 11: Lab::Bench has no attribute 'flagg'; it has"},
+             {".flag.x", "at position 16: bool has no field 'x'; it has none"},
+             {".flag[0]", "at position 15: expected '.'"},
              {".solvent.gram",
-              "path 19 at position 19: Lab::Reagent has no field 'gram'; it "
-              "has name, grams, colour"},
-             {".rack.height", "path 15 at position 15: expected '[' and a key, Zin::String"},
-             {".rack[a]", "text 16 at position 16: expected '\\''"},
-             {".rack[\"a]", "text 19 at position 19: expected a closing quote"},
-             {".rack[\"\\\"'\\q\"]", "text 21 at position 21: expected an escaped"},
-             {".rack['a'", "path 19 at position 19: expected ']'"},
-             {".reading[4294967296]", "text 19 at position 19: expected a number from 0"},
-             {".rack['b'].height", "path 15 at position 15: there is no pw.rack['b']"},
-             {".rack['a'].spare.mass",
-              "path 20 at position 20: there is no "
-              "pw.rack['a'].spare"},
-             {".tag[1].value", "path 18 at position 18: pw.tag[1] has no field"},
+              "at position 19: Lab::Reagent has no field 'gram'; it has name, grams"},
+             {".rack.height", "at position 15: expected '[' and a key, Zin::String"},
+             {".rack[a]", "at position 16: expected '\\''"},
+             {".rack[\"a]", "at position 19: expected a closing quote"},
+             {".rack[\"\\\"'\\q\"]", "at position 21: expected an escaped"},
+             {".rack['a'", "at position 19: expected ']'"},
+             {".reading[4294967296]", "at position 19: expected a number from 0"},
+             {".rack['b'].height", "at position 15: there is no pw.rack['b']"},
+             {".rack['a'].spare.mass", "at position 20: there is no pw.rack['a'].sp"},
+             {".tag[1].value", "at position 18: pw.tag[1] has no field"},
          }) {
         const std::string found = outcome([&, p = path] { return shown(root.walk(p, 10)); });
         EXPECT_TRUE(found.starts_with(expected)) << path << ": " << found;
@@ -124,13 +123,13 @@ TEST(Place, RootsAreNamedBareOrWithTheirType) {
              {"ge-0/0:1", "|ge-0/0:1|"},
              {"Config(\"p.w\").a", "Config|p.w|.a"},
              {"Pseudowire::Config('a\\'b')", "Pseudowire::Config|a'b|"},
-             {"", "path 0 "},
-             {".mtu", "path 0 "},
-             {"('pw')", "path 0 "},
-             {"pw[1]", "path 2 "},
-             {"Config(pw)", "text 7 "},
-             {"Config(\"pw\"", "path 11 "},
-             {"Config(\"pw\")x", "path 12 "},
+             {"", "at position 0: "},
+             {".mtu", "at position 0: "},
+             {"('pw')", "at position 0: "},
+             {"pw[1]", "at position 2: "},
+             {"Config(pw)", "at position 7: "},
+             {"Config(\"pw\"", "at position 11: "},
+             {"Config(\"pw\")x", "at position 12: "},
          }) {
         const std::string found = read(path);
         EXPECT_TRUE(found.starts_with(expected)) << path << ": " << found;
@@ -150,19 +149,15 @@ TEST(Place, SettingGoesThroughMutatorsAndTypes) {
     for (const auto& [path, text, told, expected] : {
              Setting{".flag", "False", "flag", ""},
              {".flag", "True", "", ""},
-             {".flag", "false", "", "text 0"},
+             {".flag", "false", "", "at position 0: "},
              {".label", "\"a'b\"", "label", ""},
-             {".label", "'a' ", "", "text 3"},
+             {".label", "'a' ", "", "at position 3: "},
              {".solvent.grams", "-3", "solvent", ""},
              {".solvent.grams", "0", "", ""},
              {".reading[3]", "'y'", "reading[3]", ""},
              {".reading[9]", "'y'", "reading[9]", ""},
              {".reagent['salt'].grams", "4", "reagent['salt']", ""},
-             {".reagent['salt'].name",
-              "'pepper'",
-              "",
-              "refused Lab::Bench, attribute 270: the "
-              "value lies under key 'pepper', not"},
+             {".reagent['salt'].name", "'oil'", "", "refused Lab::Bench, attribute 270: the"},
              {".reagent['sugar'].grams", "4", "", "refused there is no pw.reagent['sugar']"},
              {".batch", "5", "", "refused pw.batch cannot be changed"},
              {".racks", "5", "", "refused pw.racks cannot be changed"},
@@ -202,13 +197,16 @@ TEST(Place, ValuesThatATypeDoesNotReadAreNotSet) {
 
     const Place connector = Place::made(root, ".connector[ldp:'pw1']", {});
     EXPECT_EQ(connector.walk(".key").value().text(), "ldp:'pw1'");
-    // A field of a value whose own text has no place for it, or refuses it.
-    for (const Place& field : connector.walk(".key").children()) {
-        const Any before = connector.value();
-        const std::string text = field.value().text();
-        EXPECT_THROW(field.textIs(text == "0" ? "1" : "0"), Zin::Exception) << field.path();
-        EXPECT_EQ(connector.value(), before) << field.path();
-    }
+    // A number that fits into the field, and that its type does not read: inside of what is
+    // set, and around it.
+    Any whole = connector.value();
+    const Bridging::VlanIdOrNone any(4095);
+    static_cast<Pseudowire::Connector*>(whole.get())->dot1qEncapIs({any, any});
+    EXPECT_THROW(connector.valueIs(whole), Zin::RangeException);
+    const Place tag = connector.walk(".dot1qEncap.outer.value");
+    EXPECT_THROW(tag.textIs("4095"), Zin::RangeException);
+    tag.textIs("4094");
+    EXPECT_EQ(connector.walk(".dot1qEncap").value().text(), "<4094,0>");
 }
 
 TEST(Place, MembersAndChildrenAreMadeAndDeleted) {
@@ -224,19 +222,13 @@ TEST(Place, MembersAndChildrenAreMadeAndDeleted) {
              {".stock['new']", {}, "stock['new']"},
              {".reagent['salt']", {}, ""},
              {".rack['b']", {"True"}, "rack['b']"},
-             {".rack['b']", {"yes"}, "text 0 field 'cooled' at position 0"},
-             {".rack['b']",
-              {},
-              "refused 0 arguments were given for a Lab::Rack, due are: "
-              "cooled (bool)"},
+             {".rack['b']", {"yes"}, "at position 0: expected True or False"},
+             {".rack['b']", {}, "refused 0 arguments for a Lab::Rack, due: cooled (bool)"},
              {".rack['b']", {"True", "1"}, "refused 2 arguments"},
              {".rack['a']", {"True"}, ""},
              {".rack['a']", {"False"}, "refused Lab::Rack \"a\", attribute 258 (cooled)"},
              {".rack['a'].spare", {"fresh one"}, ""},
-             {".rack['a'].spare",
-              {},
-              "refused 0 arguments were given for a Lab::Sample, due "
-              "are: name (Zin::String)"},
+             {".rack['a'].spare", {}, "refused 0 arguments for a Lab::Sample, due: name (Zin:"},
              {".spare", {"'old'"}, ""},
              {".spare", {"new"}, "refused pw.spare is there as 'old'"},
              {".rack", {}, "refused pw.rack is no member"},
@@ -313,7 +305,7 @@ void everyPlaceIsFoundAgain() {
                     return std::string();
                 });
                 // Numbers that a peer may send and nobody may write.
-                const bool isOutOfRange = found.ends_with("not allowed");
+                const bool isOutOfRange = found.find(" not allowed") != std::string::npos;
                 settings += found.empty();
                 EXPECT_TRUE(
                     found.empty() || isOutOfRange || found.ends_with("cannot be changed"))

@@ -388,6 +388,7 @@ void expectError(const std::string& text, const std::string& error) {
         ADD_FAILURE() << "accepted: " << text;
     } catch (const StateError& e) {
         EXPECT_EQ(std::string(e.what()).substr(0, error.size()), error) << e.what();
+        EXPECT_TRUE(Zin::isUtf8(e.what()));
     }
 }
 
@@ -400,13 +401,14 @@ TEST(StateFile, BadFilesAreRefusedWithTheirPlace) {
 }
 
 TEST(StateFile, WhatIsNoJsonIsRefusedWithLineAndColumn) {
-    const std::array<std::array<const char*, 2>, 9> cases{{
+    const std::array<std::array<const char*, 2>, 10> cases{{
         {"", "1:1: unexpected end of input"},
         {"{\n  \"format\": x}", "2:13: invalid literal"},
         {"{\n\"a\": 1,\n}", "3:1: unexpected '}', expected string literal"},
         {"{\"a\": \"\xff\"}", "1:8: invalid string: ill-formed UTF-8 byte"},
         {"{\"a\": \"\\ud800\"}", "1:14: invalid string: surrogate U+D800..U+DBFF must be"},
         {"{\"a\": \"\x01\"}", "1:8: invalid string: control character U+0001"},
+        {"[\"; expected \xff", "1:14: invalid string: ill-formed UTF-8 byte"},
         {"{\"a\": 1e999}", "1:11: number too large"},
         {"{} {}", "1:4: unexpected '{', expected end of input"},
         {"[1, 2\n", "2:1: unexpected end of input, expected ']'"},

@@ -14,21 +14,19 @@ namespace {
 
 using nlohmann::json;
 
-// "[...] parse error at ...: syntax error while parsing value - unexpected ']'; last read: ...;
-// expected ...", of which the place and what was read are left out: the text may be long, and
-// no UTF-8.
+// The parser says "[...] parse error at PLACE: syntax error while parsing value - unexpected
+// ']'; expected ...", or "... - invalid literal; last read: ..." with text of the file, which
+// may be long and no UTF-8 and is left out.
 std::string problemOf(std::string_view message) {
-    const auto between = [&](std::string_view before, std::string_view after) {
-        const std::size_t found = message.find(before);
-        if (found == message.npos) return std::string();
-        const std::string_view rest = message.substr(found + before.size());
-        return std::string(rest.substr(0, rest.find(after)));
-    };
     if (message.find("number overflow") != message.npos) return "number too large";
-    const std::string problem = between(" - ", "; ");
-    const std::string expected = between("; expected ", "; ");
-    return (problem.empty() ? "no JSON" : problem) +
-           (expected.empty() ? "" : ", expected " + expected);
+    const std::size_t dash = message.find(" - ");
+    if (dash == message.npos) return "no JSON";
+    message.remove_prefix(dash + 3);
+    const std::size_t end = message.find("; ");
+    const std::string problem(message.substr(0, end));
+    constexpr std::string_view expected = "; expected ";
+    if (end == message.npos || !message.substr(end).starts_with(expected)) return problem;
+    return problem + ", expected " + std::string(message.substr(end + expected.size()));
 }
 
 // Builds the document from the parser's events. It knows where it is at any time.
