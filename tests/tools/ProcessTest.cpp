@@ -243,7 +243,7 @@ TEST_F(ProcessTest, ExitStatusesTellFailureFromTrouble) {
          "corra: " + address_ + ": No such file or directory\n"},
         {{"serve", socket_, "--listen", address_},
          2,
-         "corra: " + socket_ + "/running-config.txt: No such file or directory\n"},
+         "corra: " + socket_ + ": No such file or directory\n"},
         {{"demo", capture_},
          2,
          "corra: " + capture_ + ": no directory with a running-config.txt in it\n"},

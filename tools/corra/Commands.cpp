@@ -4,7 +4,7 @@ namespace corra {
 
 namespace {
 
-constexpr const char* about =
+constexpr const char* aboutTool =
     "Loads, serves, mirrors, watches and changes the pseudowire state of a router.\n"
     "\n"
     "  corra demo examples/pe1\n"
@@ -14,13 +14,19 @@ constexpr const char* about =
 
 }  // namespace
 
-Commands::Commands() : app_(about, "corra") {
+Commands::Commands() : app_(aboutTool, "corra") {
     app_.set_version_flag("--version", "corra " CORRA_VERSION);
     app_.require_subcommand(1);
     addServing(*this);
     addReading(*this);
     addChanging(*this);
     addHelping(*this);
+    for (CLI::App* const command : app_.get_subcommands([](CLI::App*) { return true; })) {
+        for (CLI::Option* const option : command->get_options()) {
+            // Nothing new to those who read the help.
+            if (option->get_name() == option->get_type_name()) option->option_text(" ");
+        }
+    }
 }
 
 void addAt(CLI::App& command, std::string& at) {
@@ -37,7 +43,7 @@ void addPatience(CLI::App& command, std::chrono::milliseconds& patience) {
             },
             "How long to wait for a live owner; default: 10")
         ->type_name(argument::seconds)
-        ->check(CLI::Range(0.001, 86400.0));
+        ->check(CLI::Range(0.001, 86400.0).description(""));
 }
 
 CLI::Option* addPath(CLI::App& command, std::string& path, const std::string& about) {

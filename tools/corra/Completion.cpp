@@ -241,32 +241,27 @@ std::size_t endOfParent(std::string_view path) {
 }  // namespace
 
 std::vector<Candidate> pathCandidates(const Roots& roots, std::string_view begun) {
-    struct Found {
-        std::string path;
-        Zin::Place place;
+    std::vector<Candidate> candidates;
+    const auto add = [&](std::string path, const Zin::Place& place) {
+        const bool isCollection = place.kind() == Zin::Place::Kind::collection;
+        const bool isWhole = place.children().empty();
+        candidates.push_back(
+            {std::move(path),
+             isWhole,
+             isWhole        ? ""
+             : isCollection ? "["
+                            : "."});
     };
-    std::vector<Found> found;
     const std::size_t end = endOfParent(begun);
     if (end == std::string_view::npos) {
         for (const auto& [name, root] : roots) {
-            found.push_back({pathOfRoot(name.view(), *root), Zin::Place(root)});
+            add(pathOfRoot(name.view(), *root), Zin::Place(root));
         }
-    } else {
-        const Located parent = locate(roots, begun.substr(0, end));
-        for (Zin::Place& place : parent.place.children()) {
-            const std::string rest = place.path().substr(parent.place.path().size());
-            found.push_back({parent.path + rest, std::move(place)});
-        }
+        return candidates;
     }
-    std::erase_if(found, [&](const Found& each) { return !each.path.starts_with(begun); });
-    std::vector<Candidate> candidates;
-    for (const Found& each : found) {
-        const bool goesOn = !each.place.children().empty();
-        candidates.push_back({each.path, !goesOn});
-        if (!goesOn || found.size() > 1) continue;
-        // Both are offered: it may be meant itself.
-        const bool isCollection = each.place.kind() == Zin::Place::Kind::collection;
-        candidates.push_back({each.path + (isCollection ? '[' : '.'), false});
+    const Located parent = locate(roots, begun.substr(0, end));
+    for (const Zin::Place& place : parent.place.children()) {
+        add(parent.path + place.path().substr(parent.place.path().size()), place);
     }
     return candidates;
 }

@@ -25,11 +25,14 @@ struct Candidate {
     std::string text;
     // Nothing follows it in this word.
     bool isWhole = true;
+    // With what it goes on, where it may also be meant itself: when it is the only one, both
+    // are offered.
+    std::string more = {};
 
     bool operator==(const Candidate&) const = default;
 };
 
-// Of a path that has been begun.
+// The paths that lie next to a path that has been begun, whatever its last step begins with.
 std::vector<Candidate> pathCandidates(const Roots& roots, std::string_view begun);
 
 }  // namespace corra

@@ -50,7 +50,7 @@ void addCompletion(Commands& commands) {
     app.add_option("SHELL", options.shell, "bash")
         ->required()
         ->type_name(argument::shell)
-        ->check(CLI::IsMember({"bash"}));
+        ->check(CLI::IsMember({"bash"}).description(""));
     addFooter(
         app,
         "  source <(corra completion bash)\n",

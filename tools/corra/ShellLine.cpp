@@ -81,6 +81,9 @@ std::vector<std::string> ShellLine::replacements(
             if (fits) fitting.push_back(candidate);
         }
     }
+    if (fitting.size() == 1 && !fitting.front().more.empty()) {
+        fitting.push_back({fitting.front().text + fitting.front().more, false});
+    }
     // Double quotes are easier to read than backslashes.
     const bool opensQuote =
         !quote_ && kept_ == 0 &&

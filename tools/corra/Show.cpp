@@ -11,12 +11,6 @@ namespace corra {
 
 namespace {
 
-Source sourceFor(const ShowOptions& options) {
-    Zin::String root;
-    if (!options.path.empty()) withCaret(options.path, [&] { root = rootOf(options.path); });
-    return Source(options.source, root);
-}
-
 int printFacts(const std::vector<Fact>& facts, bool json) {
     JsonArray array;
     for (const Fact& fact : facts) {
@@ -48,8 +42,11 @@ void printValue(const Located& at, bool json) {
 }
 
 int show(const ShowOptions& options, bool wantsValue) {
-    Source source = sourceFor(options);
-    if (options.path.empty()) return printFacts(factsOf(source.roots()), options.json);
+    const bool wantsAll = options.path.empty() && !wantsValue;
+    Zin::String root;
+    if (!wantsAll) withCaret(options.path, [&] { root = rootOf(options.path); });
+    Source source(options.source, root);
+    if (wantsAll) return printFacts(factsOf(source.roots()), options.json);
     std::optional<Located> at;
     try {
         withCaret(options.path, [&] { at.emplace(locate(source.roots(), options.path)); });

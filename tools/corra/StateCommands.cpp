@@ -10,6 +10,8 @@ namespace corra {
 
 namespace {
 
+using Words = std::vector<std::string>;
+
 constexpr const char* aboutWrites =
     "At a live owner the change is made in a mirror, and the owner must then hold it: a "
     "server\n"
@@ -91,12 +93,19 @@ void addSet(Commands& commands) {
         "Set an attribute, a field or a member, or make an absent member",
         [](const EditOptions& chosen) { return set(chosen); });
     addPath(app, options.path, "What to set")->required();
-    app.add_option(
+    // Apart from the others, which are split where they are lists in brackets.
+    app.add_option_function<std::string>(
            "VALUE",
-           options.values,
-           "Its text; of a child that is made, the constructor arguments behind its name")
-        ->type_name(argument::value)
-        ->allow_extra_args(false);
+           [&values = options.values](const std::string& value) { values.push_back(value); },
+           "Its text; of a child that is made, the first constructor argument behind its name")
+        ->type_name(argument::value);
+    app.add_option_function<Words>(
+           "ARGUMENT",
+           [&values = options.values](const Words& more) {
+               values.insert(values.end(), more.begin(), more.end());
+           },
+           "More of the constructor arguments")
+        ->type_name(argument::value);
     addAt(app, options.source.at);
     addQuiet(app, options.quiet);
     addPatience(app, options.source.patience);
