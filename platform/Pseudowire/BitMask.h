@@ -15,10 +15,10 @@
 #include <type_traits>
 
 #include "Pseudowire/Strep.h"
-#include "Zin/TextReader.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Pseudowire {

@@ -17,9 +17,9 @@
 #include "Pseudowire/PseudowireLdpKey.h"
 #include "Pseudowire/PseudowireType.h"
 #include "Pseudowire/QosMap.h"
+#include "Pseudowire/Strep.h"
 #include "Pseudowire/Vccv.h"
 #include "Quib/Tristate.h"
-#include "Pseudowire/Strep.h"
 #include "Zin/String.h"
 #include "Zin/Value.h"
 

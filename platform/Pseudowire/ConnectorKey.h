@@ -14,12 +14,12 @@
 #include <string_view>
 #include <utility>
 
-#include "Vorn/IntfId.h"
 #include "Pseudowire/Strep.h"
-#include "Zin/TextReader.h"
+#include "Vorn/IntfId.h"
 #include "Zin/Enum.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Pseudowire {

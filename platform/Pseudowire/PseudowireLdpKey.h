@@ -9,11 +9,11 @@
 #include <string_view>
 
 #include "Pseudowire/PseudowireId.h"
-#include "Vorn/IpGenAddr.h"
 #include "Pseudowire/Strep.h"
-#include "Zin/TextReader.h"
+#include "Vorn/IpGenAddr.h"
 #include "Zin/Export.h"
 #include "Zin/String.h"
+#include "Zin/TextReader.h"
 #include "Zin/Value.h"
 
 namespace Pseudowire {

@@ -1,5 +1,5 @@
-// The types that every module may refer to by a number (Zin/TypeTable.h): they have handles like
-// all others.
+// The types that every module may refer to by a number (Zin/TypeTable.h): they have handles
+// like all others.
 
 #include <cstdint>
 
