@@ -167,7 +167,7 @@ const Step steps[] = {
     {{"set", "pw.connector[ldp:'a'].dot1qEncap", "<1,5000>"}, 2, "", "5000"},
     {{"set", "pw.groupIdAllocation", "byPort"}, 2, "", "cannot be changed"},
     {{"set", "pw.connector", "1"}, 2, "", "pw.connector is a collection"},
-    {{"set", patch, "argument"}, 2, "", "1 arguments were given"},
+    {{"set", patch, "argument"}, 2, "", "due: none"},
     {{"del", "pw.mtu"}, 2, "", "cannot be deleted"},
     {{"del", "pw"}, 2, "", "cannot be deleted"},
     // Paths that lead nowhere.

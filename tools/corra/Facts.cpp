@@ -120,6 +120,16 @@ void forEachFactOf(
     }
 }
 
+// The text of the key that the value of a member holds, or nothing.
+std::string textOfInnerKey(const Zin::AttributeInfo& collection, const void* value) {
+    for (const Zin::FieldInfo& field : collection.value->fields) {
+        if (field.name == collection.keyField && field.type == collection.key) {
+            return textOfKey(collection, field.in(value));
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
 void forEachFact(const std::string& path, const Zin::Entity& entity, const FactVisitor& visit) {
@@ -128,16 +138,6 @@ void forEachFact(const std::string& path, const Zin::Entity& entity, const FactV
     for (const Zin::AttributeInfo& attribute : type.attributes) {
         forEachFactOf(path, entity, attribute, visit);
     }
-}
-
-// The text of the key that the value of a member holds, or nothing.
-static std::string textOfInnerKey(const Zin::AttributeInfo& collection, const void* value) {
-    for (const Zin::FieldInfo& field : collection.value->fields) {
-        if (field.name == collection.keyField && field.type == collection.key) {
-            return textOfKey(collection, field.in(value));
-        }
-    }
-    return {};
 }
 
 void forEachFact(const std::string& path, const Zin::Place& place, const FactVisitor& visit) {
