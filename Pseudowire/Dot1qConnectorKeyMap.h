@@ -6,14 +6,12 @@
 
 #include "Bridging/Dot1qEncap.h"
 #include "Pseudowire/ConnectorKey.h"
+#include "Pseudowire/PseudowireStatusModule.h"
 #include "Pseudowire/PwEncap.h"
 #include "Zin/Export.h"
 #include "Zin/HashMap2018.h"
-#include "Zin/Module.h"
 #include "frame/Entity.h"
 #include "frame/Reactor.h"
-
-extern ZIN_EXPORT const Zin::ZinModule _PseudowireStatus_6edd4dd7_zinModule;
 
 namespace Pseudowire {
 

@@ -4,13 +4,11 @@
 #pragma once
 
 #include "Dwil/IntfEncap.h"
+#include "Pseudowire/PseudowireStatusModule.h"
 #include "Zin/Export.h"
-#include "Zin/Module.h"
 #include "Zin/RbTreeMap.h"
 #include "frame/Entity.h"
 #include "frame/Reactor.h"
-
-extern ZIN_EXPORT const Zin::ZinModule _PseudowireStatus_6edd4dd7_zinModule;
 
 namespace Pseudowire {
 

@@ -8,17 +8,15 @@
 #include "Dwil/IntfEncap.h"
 #include "Pseudowire/Dot1qConnectorKeyMap.h"
 #include "Pseudowire/PatchAcSet.h"
+#include "Pseudowire/PseudowireStatusModule.h"
 #include "Pseudowire/PwEncap.h"
 #include "Pseudowire/QosMap.h"
 #include "Vorn/IntfId.h"
 #include "Zin/Export.h"
 #include "Zin/HashMap2018.h"
-#include "Zin/Module.h"
 #include "Zin/RbTreeMap.h"
 #include "frame/Entity.h"
 #include "frame/Reactor.h"
-
-extern ZIN_EXPORT const Zin::ZinModule _PseudowireStatus_6edd4dd7_zinModule;
 
 namespace Pseudowire {
 

@@ -74,8 +74,10 @@ requires(std::integral<T> || std::is_enum_v<T>) constexpr std::uint32_t
     std::uint64_t word = 0;
     if constexpr (std::is_enum_v<T>) {
         word = static_cast<std::uint64_t>(static_cast<std::underlying_type_t<T>>(value));
+    } else if constexpr (std::same_as<T, bool>) {
+        word = value ? 1 : 0;
     } else {
-        word = static_cast<std::uint64_t>(value);
+        word = static_cast<std::make_unsigned_t<T>>(value);
     }
     // A sum, which compilers take out of loops over keys; of exclusive ors they would not.
     return static_cast<std::uint32_t>(

@@ -472,6 +472,7 @@ void Place::make(std::span<const std::string_view> texts) const {
         const std::vector<Any> arguments =
             constructorArguments(*child, isSingle ? 0 : 1, texts);
         std::vector<const void*> pointers;
+        pointers.reserve(arguments.size());
         for (const Any& argument : arguments) pointers.push_back(argument.get());
         if (!isSingle) {
             operate(AttributeOp::set, key_.get(), pointers.data());

@@ -159,7 +159,7 @@ std::optional<std::uint32_t> TypeTable::recordOf(std::uint32_t typeIndex, std::s
 
 std::string_view TypeTable::typeName(std::int16_t reference) const noexcept {
     if (reference < 0) return typeTable::builtinName(reference);
-    const auto index = static_cast<std::uint32_t>(reference);
+    const auto index = static_cast<std::size_t>(reference);
     if (index >= references_) return {};
     return nameAt(typeNamesAt_, attributeNamesAt_, word(referencesAt_ + 2 * index, 2));
 }

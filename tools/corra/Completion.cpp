@@ -154,8 +154,11 @@ std::vector<Candidate> fileCandidates(const std::string& begun, const std::strin
         if (name.find('\n') != std::string::npos) continue;
         if (name.starts_with('.') && begun.size() == directory.size()) continue;
         const bool isDirectory = entry.is_directory(ignored);
-        candidates.push_back(
-            {before + directory + name + (isDirectory ? "/" : ""), !isDirectory});
+        std::string text = before;
+        text += directory;
+        text += name;
+        if (isDirectory) text += '/';
+        candidates.push_back({std::move(text), !isDirectory});
     }
     return candidates;
 }

@@ -67,6 +67,7 @@ Zin::Ptr<Zin::Entity> makeChild(
     const Zin::AttributeInfo& attribute,
     const std::vector<Zin::Any>& arguments) {
     std::vector<const void*> pointers;
+    pointers.reserve(arguments.size());
     for (const Zin::Any& argument : arguments) pointers.push_back(argument.get());
     operate(entity, attribute, AttributeOp::set, pointers[0], pointers.data() + 1);
     return childOf(entity, attribute, pointers[0]);

@@ -18,14 +18,15 @@ using nlohmann::json;
 // ']'; expected ...", or "... - invalid literal; last read: ..." with text of the file, which
 // may be long and no UTF-8 and is left out.
 std::string problemOf(std::string_view message) {
-    if (message.find("number overflow") != message.npos) return "number too large";
+    if (message.find("number overflow") != std::string_view::npos) return "number too large";
     const std::size_t dash = message.find(" - ");
-    if (dash == message.npos) return "no JSON";
+    if (dash == std::string_view::npos) return "no JSON";
     message.remove_prefix(dash + 3);
     const std::size_t end = message.find("; ");
-    const std::string problem(message.substr(0, end));
+    std::string problem(message.substr(0, end));
     constexpr std::string_view expected = "; expected ";
-    if (end == message.npos || !message.substr(end).starts_with(expected)) return problem;
+    if (end == std::string_view::npos || !message.substr(end).starts_with(expected))
+        return problem;
     return problem + ", expected " + std::string(message.substr(end + expected.size()));
 }
 
