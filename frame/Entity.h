@@ -170,6 +170,20 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         }
     }
 
+    // The member on which the iterator stands. One that has gone stays gone: another that came
+    // under its key is left alone.
+    // REQUIRES: the iterator is over this collection, and not behind its last member.
+    template <auto member>
+    auto memberDel(const typename describe::ValueOf<member>::IteratorConst& at) {
+        using C = describe::ValueOf<member>;
+        const bool gone = at.markedForDeletion();
+        if constexpr (SetCollection<C>) {
+            if (!gone) memberDel<member>(at.key());
+        } else {
+            return gone ? typename C::Value{} : memberDel<member>(at.key());
+        }
+    }
+
     template <auto member>
     void membersDelAll() {
         auto& collection = self().*member;
@@ -230,6 +244,13 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         linkTo(*removed, nullptr);
         notify(AttributeFor<T, member>::id, &kept);
         return removed;
+    }
+
+    // The child on which the iterator stands, as memberDel() does; null when it has gone.
+    template <auto member>
+    auto childDel(const typename describe::ValueOf<member>::IteratorConst& at) {
+        using Child = ChildOf<describe::ValueOf<member>>;
+        return at.markedForDeletion() ? Zin::Ptr<Child>() : childDel<member>(at.key());
     }
 
     template <auto member>
