@@ -312,7 +312,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
                     try {
                         this->template childDel<A::member>(it.key());
                     } catch (...) {
-                        if (collection.has(it.key())) throw;
+                        if (collection.has(it.key())) releaseChildren<A>();
                     }
                 }
             } else if constexpr (A::kind == AttributeKind::singleton) {
@@ -322,6 +322,25 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
                 }
             }
         });
+    }
+
+    // There is no memory to take children out one by one: all leave at once, and reactors hear
+    // of each behind that.
+    template <class A>
+    void releaseChildren() noexcept {
+        using C = typename A::Value;
+        const C released(std::exchange(self().*A::member, C()));
+        for (const auto& node : released) {
+            try {
+                linkTo(childOf<C>(node), nullptr);
+            } catch (...) {
+            }
+            try {
+                const typename C::Key& key = keyOfChild<C>(node);
+                notify(A::id, &key);
+            } catch (...) {
+            }
+        }
     }
 
     // Compares the arguments beyond the key with those that the child was made with.
