@@ -10,6 +10,7 @@
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
 #include "Pseudowire/PseudowireOxoTypes.h"
 #include "Pseudowire/VidNormalization.h"
+#include "Pseudowire/VplsConfig.h"
 #include "Tunnel/TunnelTable/TunnelId.h"
 #include "Zin/Format.h"
 #include "Zin/Strep.h"
@@ -77,6 +78,7 @@ TEST(Enumerations, AllHaveTheirFamily) {
         VccvCcType,
         VccvCvType,
         OxoPw::UnprogrammedReason,
+        VplsLdpPseudowireGroupConfig::MacWithdrawalPropagation,
         Tunnel::TunnelTable::TunnelType,
         Lab::Colour>();
     Zin::forEachModule([&](const Zin::ZinModule& module) {

@@ -8,6 +8,8 @@
 #include "Pseudowire/PseudowireOxoTypes.h"
 #include "Pseudowire/PseudowireStatus.h"
 #include "Pseudowire/PwRunnability.h"
+#include "Pseudowire/VplsConfig.h"
+#include "Pseudowire/VplsForwardingStatus.h"
 #include "laws/RandomPlatformValues.h"
 #include "support/LabTypes.h"
 #include "support/Mutate.h"
@@ -22,6 +24,8 @@ inline constexpr EntityType rootTypes[] = {
     entityType<Pseudowire::Dot1qConnectorKeyMap>(),
     entityType<Pseudowire::PseudowireIntfIdMapping>(),
     entityType<OxoPw::PwHwStatus>(),
+    entityType<Pseudowire::VplsConfig>(),
+    entityType<Pseudowire::VplsForwardingStatus>(),
 };
 
 }  // namespace support
