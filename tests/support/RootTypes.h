@@ -9,6 +9,7 @@
 #include "Pseudowire/PseudowireStatus.h"
 #include "Pseudowire/PwRunnability.h"
 #include "Pseudowire/VplsConfig.h"
+#include "Pseudowire/VplsEthIntfStatus.h"
 #include "Pseudowire/VplsForwardingStatus.h"
 #include "laws/RandomPlatformValues.h"
 #include "support/LabTypes.h"
@@ -26,6 +27,7 @@ inline constexpr EntityType rootTypes[] = {
     entityType<OxoPw::PwHwStatus>(),
     entityType<Pseudowire::VplsConfig>(),
     entityType<Pseudowire::VplsForwardingStatus>(),
+    entityType<Pseudowire::VplsEthIntfStatusDir>(),
 };
 
 }  // namespace support
