@@ -1,4 +1,5 @@
-// The text forms of Zin/Strep.h under the names of this namespace: Interface::valueToStrep(...).
+// The text forms of Zin/Strep.h under the names of this namespace:
+// Interface::valueToStrep(...).
 
 #pragma once
 

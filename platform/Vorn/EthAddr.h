@@ -1,5 +1,5 @@
-// EthAddr holds a MAC address (IEEE 802, 48 bits) in the order in which it is sent. The default,
-// all zeros, is no station's.
+// EthAddr holds a MAC address (IEEE 802, 48 bits) in the order in which it is sent. The
+// default, all zeros, is no station's.
 //
 // Text is six pairs of hexadecimal digits, "00:1b:21:3c:9d:f8"; capitals are read too.
 
