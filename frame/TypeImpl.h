@@ -111,7 +111,9 @@ consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
         }
     }
     if constexpr (!A::stored) {
-        info.value = Zin::detail::valueInfoOrNull<ReturnedBy<A::function>>();
+        using Call = CallOf<A::function>;
+        info.value = Zin::detail::valueInfoOrNull<typename Call::Result>();
+        info.key = Zin::detail::valueInfoOrNull<typename Call::Argument>();
     }
     info.operate = &GenericIfOf<T, A>::operate;
     if constexpr (A::streamed) {

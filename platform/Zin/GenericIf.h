@@ -50,8 +50,10 @@ class ZIN_EXPORT ZinAttr : public ZinAttrBase {
 namespace GenericIf {
 
 enum class AttributeOp : std::uint32_t {
-    // Single attribute, function: assigns the value to the object at `result`. Single child:
-    // the Ptr<Entity> at `result`. Collection: finds `key`, writes the MemberRef at `result`.
+    // Single attribute, function: assigns the value to the object at `result`; a function that
+    // takes an argument takes *key. Single child: the Ptr<Entity> at `result`. Collection:
+    // finds
+    // `key`, writes the MemberRef at `result`.
     get = 0,
     // Single attribute: sets *value. Collection of values: inserts or overwrites *value under
     // *key; where the key lies inside the value `key` may be null, and must be equal otherwise.

@@ -76,6 +76,7 @@ struct AttributeInfo {
     // Of a single value, of a collection's members, or of what a function returns; null for
     // children and sets.
     const ValueInfo* value;
+    // Of a collection's keys, or of what a function takes; null for all else.
     const ValueInfo* key;
     // The type of the children.
     const EntityTypeInfo* childType;
@@ -118,6 +119,10 @@ struct AttributeInfo {
     // Reads a member's key and sends what is stored under it.
     void (*resend)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
 
+    // A function that gives nothing, or takes something, has no value of its own.
+    bool isMereFunction() const noexcept {
+        return kind == AttributeKind::function && (!value || key);
+    }
     bool isCollection() const noexcept {
         return kind == AttributeKind::collection || kind == AttributeKind::instantiating;
     }

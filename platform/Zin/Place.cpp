@@ -290,7 +290,7 @@ Place Place::named(std::string_view name, std::size_t position) const {
         const EntityTypeInfo& info = typeInfoOf(*entity_);
         const AttributeInfo* const found = info.attribute(name);
         if (!found) fail(info.name, "attribute", namesOf(info.attributes));
-        if (found->kind == AttributeKind::function && !found->value) {
+        if (found->isMereFunction()) {
             throw PathException(position, quoted(name) + " is a function that has no value");
         }
         return at(*found);
@@ -385,7 +385,7 @@ std::vector<Place> Place::children() const {
     std::vector<Place> below;
     if (kind_ == Kind::entity) {
         for (const AttributeInfo& attribute : typeInfoOf(*entity_).attributes) {
-            if (attribute.kind == AttributeKind::function && !attribute.value) continue;
+            if (attribute.isMereFunction()) continue;
             Place place = at(attribute);
             if (place.exists()) below.push_back(std::move(place));
         }
