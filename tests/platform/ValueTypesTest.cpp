@@ -14,6 +14,7 @@
 #include "Pseudowire/ConnectorKey.h"
 #include "Pseudowire/Dot1qTagOperation.h"
 #include "Pseudowire/FlowLabelType.h"
+#include "Pseudowire/PatchEncap.h"
 #include "Pseudowire/PseudowireConnectorStatus.h"
 #include "Pseudowire/PseudowireLdpKey.h"
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
@@ -65,7 +66,9 @@ using ValueTypes = testing::Types<
     Pseudowire::EncapAdjacency,
     Pseudowire::PwEncapAdjacency,
     Pseudowire::EncapMapAndRewrite,
-    Pseudowire::IntfIdDot1qEncap>;
+    Pseudowire::IntfIdDot1qEncap,
+    Pseudowire::ConnectorPatchInfo,
+    Pseudowire::PatchEncapAndOp>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, ValueLaws, ValueTypes);
 
 // Peers count on these.

@@ -7,6 +7,7 @@
 #include "Pseudowire/PseudowireIntfIdMapping.h"
 #include "Pseudowire/PseudowireOxoTypes.h"
 #include "Pseudowire/PseudowireStatus.h"
+#include "Pseudowire/PwCliPatch.h"
 #include "Pseudowire/PwRunnability.h"
 #include "laws/RandomPlatformValues.h"
 #include "support/LabTypes.h"
@@ -22,6 +23,7 @@ inline constexpr EntityType rootTypes[] = {
     entityType<Pseudowire::Dot1qConnectorKeyMap>(),
     entityType<Pseudowire::PseudowireIntfIdMapping>(),
     entityType<OxoPw::PwHwStatus>(),
+    entityType<Pseudowire::PatchPanel>(),
 };
 
 }  // namespace support
