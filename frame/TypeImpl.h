@@ -121,6 +121,7 @@ consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
         info.send = &Log::send;
         info.apply = &Log::apply;
         info.resend = &Log::resend;
+        info.keepHeld = &Log::keepHeld;
         if constexpr (Collection<typename A::Value>) {
             info.flowOut = &Log::handleSerializationOfColl;
             info.applyDeletion = &Log::applyDeletion;

@@ -109,6 +109,8 @@ struct AttributeInfo {
     bool (*flowOut)(NboAttrLog::Sa& sa, NboAttrLog::FlowOut& flowOut);
     void (*apply)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
     void (*applyDeletion)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
+    // What a mirror's child holds of it, and one that was just made does not, becomes dirty.
+    void (*keepHeld)(NboAttrLog::Sa& sa, const Entity& justMade);
     // Marks all members as pending deletion; deletes those that still are.
     void (*markAll)(Entity& entity);
     void (*sweep)(NboAttrLog::Sa& sa);

@@ -143,7 +143,8 @@ class ZIN_EXPORT Connection {
     // Whether produce() would return something.
     bool hasOutput() const noexcept;
 
-    // Sends the token behind all that is dirty now (Observer::onBarrier, onBarrierReached).
+    // Sends the token behind all that is dirty now, and behind what children hold that were
+    // made here and that the owner has yet to name (Observer::onBarrier, onBarrierReached).
     void barrier(std::uint64_t token);
 
     // Ends the stream from this side. What was not sent is lost.
@@ -223,6 +224,10 @@ class ZIN_EXPORT Connection {
     bool flowOut(Sa& sa);
     void sendAfterPending();
     void wake();
+    // Before this side says anything more, the peer is told that the message which is being
+    // taken was heard.
+    void confirm();
+    void sendConfirmation();
 
     // --- Adapters ---
     Sa& attach(Ptr<Entity> entity, std::uint32_t id, Role role, bool writable, Sa* parent);
@@ -258,8 +263,19 @@ class ZIN_EXPORT Connection {
     ByteQueue out_;
     std::size_t messageSize_ = 0;
     std::size_t limit_ = 0;
-    // Messages that follow when nothing is dirty any more.
+    // Replies, and this side's barriers, that follow when nothing is dirty any more.
     std::deque<std::pair<MessageId, std::uint64_t>> afterPending_;
+    std::deque<std::uint64_t> barriers_;
+    // The last message that told the owner of a child which was made here. Barriers wait until
+    // what is in such children was sent as well: behind the last message that is settled.
+    std::uint64_t childTold_ = 0;
+    std::uint64_t childSettled_ = 0;
+    // The message to which the round that is under way answers, or 0.
+    std::uint64_t settling_ = 0;
+    bool settleAsked_ = false;
+    // The peer's message that is still to be confirmed, or 0; this side's last one that was.
+    std::uint64_t toConfirm_ = 0;
+    std::uint64_t heardByPeer_ = 0;
 
     std::map<String, std::uint64_t> peerModules_;
     std::map<std::uint32_t, Mount> mounts_;
@@ -320,10 +336,13 @@ class ZIN_EXPORT Demuxer {
     // The child's adapter goes: nothing more is said of it on this stream, unless it is
     // described anew.
     static void deactivate(Sa& sa, const Entity& existing);
-    // The child stands for the peer's entity from now on. A child that was made here and that
-    // the owner now names keeps what was written to it: all of it is sent to the owner.
-    static void bind(Sa& sa, const Ptr<Entity>& child, std::uint32_t entityId, bool madeHere);
+    // The child stands for the peer's entity from now on.
+    static Sa& bind(Sa& sa, const Ptr<Entity>& child, std::uint32_t entityId);
+    // What the child holds beyond one that was just made is dirty: the owner will hear it.
+    static void keepHeld(Sa& child, const Entity& justMade);
     static bool isBound(const Sa& sa, const Entity& child, std::uint32_t entityId);
+    // A proxy's side made a child: what this side says from now on it says knowing that.
+    static void confirm(Sa& sa);
     // Whether the number was given to an entity that has gone since.
     static bool hasGone(const Sa& sa, std::uint32_t entityId);
     // The type of the child is not the one that the collection holds.
