@@ -19,6 +19,8 @@
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
 #include "Pseudowire/PseudowireType.h"
 #include "Pseudowire/PwEncap.h"
+#include "Pseudowire/PwPseudowireUserKey.h"
+#include "Pseudowire/PwRemoteConnector.h"
 #include "Pseudowire/QosMap.h"
 #include "Pseudowire/TimeRange.h"
 #include "Pseudowire/Vccv.h"
@@ -65,7 +67,10 @@ using ValueTypes = testing::Types<
     Pseudowire::EncapAdjacency,
     Pseudowire::PwEncapAdjacency,
     Pseudowire::EncapMapAndRewrite,
-    Pseudowire::IntfIdDot1qEncap>;
+    Pseudowire::IntfIdDot1qEncap,
+    Pseudowire::PseudowireUserKey,
+    Pseudowire::PseudowirePeerAttributeStatus,
+    Pseudowire::PseudowireAttributeStatus>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, ValueLaws, ValueTypes);
 
 // Peers count on these.

@@ -7,6 +7,8 @@
 #include "Pseudowire/PseudowireIntfIdMapping.h"
 #include "Pseudowire/PseudowireOxoTypes.h"
 #include "Pseudowire/PseudowireStatus.h"
+#include "Pseudowire/PwLabelBinding.h"
+#include "Pseudowire/PwRemoteConnector.h"
 #include "Pseudowire/PwRunnability.h"
 #include "laws/RandomPlatformValues.h"
 #include "support/LabTypes.h"
@@ -22,6 +24,8 @@ inline constexpr EntityType rootTypes[] = {
     entityType<Pseudowire::Dot1qConnectorKeyMap>(),
     entityType<Pseudowire::PseudowireIntfIdMapping>(),
     entityType<OxoPw::PwHwStatus>(),
+    entityType<Pseudowire::LabelBindingColl>(),
+    entityType<Pseudowire::PseudowireAttributeStatusColl>(),
 };
 
 }  // namespace support
