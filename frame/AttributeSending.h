@@ -56,14 +56,30 @@ struct AttributeSending {
         return unsent(sa, key);
     }
 
+    // What has no wire form is not tried again until it changes: it would be met each time.
+    template <class Send, class Forget>
+    static void sendOr(Sa& sa, const Forget& forget, const Send& send) {
+        try {
+            send();
+        } catch (const Zin::ValueCollectionDefaultKeyException& unsendable) {
+            forget();
+            sa.onUnsendable(A::id, unsendable);
+        }
+    }
+
     // --- Single values ---
 
     static void handleValueSerialization(Sa& sa, const V& value) {
-        if (std::optional<Out> out =
-                sa.singletonSerializeCheck(A::id, Zin::NboAttrLog::attrLogSize(value))) {
-            *out << value;
-            sa.outSmCommitMessage();
-        }
+        const auto forget = [&] {
+            sa.flowOut().zinIsDirtyIs(A::id, false);
+        };
+        sendOr(sa, forget, [&] {
+            if (std::optional<Out> out =
+                    sa.singletonSerializeCheck(A::id, Zin::NboAttrLog::attrLogSize(value))) {
+                *out << value;
+                sa.outSmCommitMessage();
+            }
+        });
     }
 
     // --- Members of collections ---
@@ -166,10 +182,17 @@ struct AttributeSending {
             handleInstantiatingCollSerialization(sa, node);
         } else if constexpr (SetCollection<V>) {
             handleSetSerialization(sa, node);
-        } else if constexpr (KeyInsideValue<V>) {
-            handleIntKeyValueCollSerialization(sa, node);
         } else {
-            handleExtKeyValueCollSerialization(sa, node);
+            const auto forget = [&] {
+                flowOf(sa).dirtyKeys.erase(node.key());
+            };
+            sendOr(sa, forget, [&] {
+                if constexpr (KeyInsideValue<V>) {
+                    handleIntKeyValueCollSerialization(sa, node);
+                } else {
+                    handleExtKeyValueCollSerialization(sa, node);
+                }
+            });
         }
     }
 

@@ -11,6 +11,11 @@
 // the peer does; what this side's own reactors throw passes through it after the message was
 // applied, and the next feed(), of nothing if need be, goes on.
 //
+// A value that has no wire form is not sent, and the peer keeps what it has. What says so, a
+// ValueCollectionDefaultKeyException, is thrown to whoever makes the change that would be sent;
+// where the value is met later, by produce() at its end, which goes on when it is called again,
+// or by feed(), when the peer has asked for it.
+//
 // Memory: one message of at most Options::maxMessage bytes on the way in; on the way out about
 // Options::highWater, and the dirty keys of a peer that does not keep up.
 // One thread at a time uses a connection and the entities it joins.
@@ -20,6 +25,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <map>
 #include <memory>
 #include <optional>
@@ -253,6 +259,8 @@ class ZIN_EXPORT Connection {
     bool woken_ = false;
     unsigned depth_ = 0;
     std::optional<StreamError> error_;
+    // Thrown at the end of the produce() that met it.
+    std::exception_ptr unsendable_;
     std::size_t peerMaxMessage_ = 0;
 
     // A message of which a part was received, and the place of its first byte in the stream.

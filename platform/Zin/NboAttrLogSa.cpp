@@ -119,6 +119,12 @@ void Sa::sendTransaction(AttributeId id, TransactionType transaction) {
     outSmCommitMessage();
 }
 
+void Sa::onUnsendable(AttributeId id, const ValueCollectionDefaultKeyException& why) {
+    const ValueCollectionDefaultKeyException failure = unsendable(*entity_, id, why.what());
+    if (!connection_.producing_) throw failure;
+    if (!connection_.unsendable_) connection_.unsendable_ = std::make_exception_ptr(failure);
+}
+
 // --- Receiving ---
 
 Sa::Applying::Applying(Sa& sa, AttributeId id, const void* key)

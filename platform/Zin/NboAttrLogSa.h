@@ -74,6 +74,9 @@ class ZIN_EXPORT Sa final : private Notifiee {
     // Something is dirty: the stream comes back to it when it can.
     void schedule();
     void sendTransaction(AttributeId id, TransactionType transaction);
+    // A value of the attribute has no wire form, and nothing of it was written. Throws to
+    // whoever changed it; a flow-out goes on, and its caller is told at the end.
+    void onUnsendable(AttributeId id, const ValueCollectionDefaultKeyException& why);
 
     // --- Receiving ---
     // While one lives, this side makes a change because the peer said so. The first time that

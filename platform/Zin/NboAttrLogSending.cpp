@@ -116,6 +116,7 @@ std::span<const std::byte> Connection::produce(std::size_t budget) {
     }
     const std::span<const std::byte> front = out_.front();
     if (front.empty()) woken_ = false;
+    if (unsendable_) std::rethrow_exception(std::exchange(unsendable_, nullptr));
     return front.first(std::min(budget, front.size()));
 }
 

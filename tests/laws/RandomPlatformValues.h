@@ -8,6 +8,7 @@
 
 #include "Bridging/VlanId.h"
 #include "Pseudowire/PseudowireLdpKey.h"
+#include "Pseudowire/PwPseudowireUserKey.h"
 #include "Quib/Tristate.h"
 #include "Vorn/IntfId.h"
 #include "Vorn/Ip6Addr.h"
@@ -72,5 +73,13 @@ template <>
 inline constexpr bool oneTextPerValue<Vorn::IpGenAddr> = false;
 template <>
 inline constexpr bool oneTextPerValue<Pseudowire::PseudowireLdpKey> = false;
+
+// The family of the peer's address is not hashed.
+template <>
+inline bool mayHashAlike(
+    const Pseudowire::PseudowireUserKey& a,
+    const Pseudowire::PseudowireUserKey& b) {
+    return a.peerAddr().address() == b.peerAddr().address();
+}
 
 }  // namespace laws

@@ -9,6 +9,7 @@
 #include "Pseudowire/PseudowireConnectorStatus.h"
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
 #include "Pseudowire/PseudowireOxoTypes.h"
+#include "Pseudowire/PwPseudowireUserKey.h"
 #include "Pseudowire/VidNormalization.h"
 #include "Tunnel/TunnelTable/TunnelId.h"
 #include "Zin/Format.h"
@@ -73,6 +74,7 @@ TEST(Enumerations, AllHaveTheirFamily) {
         PseudowireConnectorStatus,
         PseudowireLdpStatusFlag,
         PseudowireType,
+        PseudowireUserKey::UserType,
         QosMapType,
         VccvCcType,
         VccvCvType,

@@ -20,6 +20,8 @@
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
 #include "Pseudowire/PseudowireType.h"
 #include "Pseudowire/PwEncap.h"
+#include "Pseudowire/PwPseudowireUserKey.h"
+#include "Pseudowire/PwRemoteConnector.h"
 #include "Pseudowire/QosMap.h"
 #include "Pseudowire/TimeRange.h"
 #include "Pseudowire/Vccv.h"
@@ -68,7 +70,10 @@ using ValueTypes = testing::Types<
     Pseudowire::EncapMapAndRewrite,
     Pseudowire::IntfIdDot1qEncap,
     Pseudowire::ConnectorPatchInfo,
-    Pseudowire::PatchEncapAndOp>;
+    Pseudowire::PatchEncapAndOp,
+    Pseudowire::PseudowireUserKey,
+    Pseudowire::PseudowirePeerAttributeStatus,
+    Pseudowire::PseudowireAttributeStatus>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, ValueLaws, ValueTypes);
 
 // Peers count on these.

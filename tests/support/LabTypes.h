@@ -277,6 +277,8 @@ class Bench final : public frame::EntityOf<Bench> {
     void reagentIs(const Reagent& reagent) { memberIs<&Bench::reagent_>(reagent); }
     void reagentDel(const Zin::String& name) { memberDel<&Bench::reagent_>(name); }
     void tagIs(std::uint32_t tag) { memberIs<&Bench::tag_>(tag); }
+    const auto& mixture() const { return mixture_; }
+    Mixture mixture(const Zin::String& name) const { return memberOf<&Bench::mixture_>(name); }
     void mixtureIs(const Zin::String& name, const Mixture& mixture) {
         memberIs<&Bench::mixture_>(name, mixture);
     }

@@ -5,6 +5,8 @@
 #include "Pseudowire/PseudowireOxoTypes.h"
 #include "Pseudowire/PseudowireStatus.h"
 #include "Pseudowire/PwCliPatch.h"
+#include "Pseudowire/PwLabelBinding.h"
+#include "Pseudowire/PwRemoteConnector.h"
 #include "Pseudowire/PwRunnability.h"
 #include "laws/RandomPlatformValues.h"
 #include "support/LabTypes.h"
@@ -23,6 +25,8 @@ constexpr EntityType types[] = {
     entityType<Pseudowire::PseudowireIntfIdMapping>(),
     entityType<OxoPw::PwHwStatus>(),
     entityType<Pseudowire::PatchPanel>(),
+    entityType<Pseudowire::LabelBindingColl>(),
+    entityType<Pseudowire::PseudowireAttributeStatusColl>(),
 };
 
 }  // namespace
