@@ -70,7 +70,22 @@ consteval Field<member> field(std::string_view name) {
     return {name};
 }
 
-// A function of a value type that people may find by name: listed behind the fields.
+// A value that belongs to a value type as such and never changes: what a static function
+// without arguments returns.
+template <auto functionPointer>
+struct Constant {
+    static constexpr auto function = functionPointer;
+    using Value = std::remove_cvref_t<decltype(functionPointer())>;
+
+    std::string_view name;
+};
+
+template <auto functionPointer>
+consteval Constant<functionPointer> constant(std::string_view name) {
+    return {name};
+}
+
+// A function of a value type that people may find by name.
 template <auto functionPointer>
 struct Function {
     static constexpr auto function = functionPointer;
@@ -83,45 +98,48 @@ consteval Function<functionPointer> function(std::string_view name) {
     return {name};
 }
 
+// In the order in which a value type lists them.
+enum class MemberKind : std::uint8_t { field, constant, function };
+
 template <class Member>
-inline constexpr bool isFunction = false;
+inline constexpr MemberKind memberKind = MemberKind::field;
 template <auto functionPointer>
-inline constexpr bool isFunction<Function<functionPointer>> = true;
+inline constexpr MemberKind memberKind<Constant<functionPointer>> = MemberKind::constant;
+template <auto functionPointer>
+inline constexpr MemberKind memberKind<Function<functionPointer>> = MemberKind::function;
 
 // The members are bases: each is a type of its own, so none can be listed twice, and a walk
 // over them is a fold, which costs the compiler far less than std::tuple does.
 template <class... Members>
 struct Schema : Members... {
     static constexpr std::size_t size = sizeof...(Members);
-    static constexpr std::size_t fields = ((isFunction<Members> ? 0 : 1) + ... + 0);
+    template <MemberKind kind>
+    static constexpr std::size_t count = ((memberKind<Members> == kind ? 1 : 0) + ... + 0);
 
     std::string_view typeName;
 
-    // Calls visit(member) for each member that is no function, in schema order.
-    constexpr void forEach(auto&& visit) const { (unlessFunction<Members>(visit, true), ...); }
+    // Calls visit(field) for each field, in schema order.
+    constexpr void forEach(auto&& visit) const { (ifField<Members>(visit, true), ...); }
 
-    // True when test(member) holds for each of them; stops at the first that fails.
-    constexpr bool all(auto&& test) const {
-        return (unlessFunction<Members>(test, true) && ...);
-    }
+    // True when test(field) holds for each of them; stops at the first that fails.
+    constexpr bool all(auto&& test) const { return (ifField<Members>(test, true) && ...); }
 
-    // True when test(member) holds for one of them; stops at the first that holds.
-    constexpr bool any(auto&& test) const {
-        return (unlessFunction<Members>(test, false) || ...);
-    }
+    // True when test(field) holds for one of them; stops at the first that holds.
+    constexpr bool any(auto&& test) const { return (ifField<Members>(test, false) || ...); }
 
-    // Calls visit(member) for each function.
-    constexpr void forEachFunction(auto&& visit) const {
+    // Calls visit(member) for each constant, or each function, in schema order.
+    template <MemberKind kind>
+    constexpr void forEachOf(auto&& visit) const {
         const auto each = [&]<class Member>(const Member& listed) {
-            if constexpr (isFunction<Member>) visit(listed);
+            if constexpr (memberKind<Member> == kind) visit(listed);
         };
         (each(static_cast<const Members&>(*this)), ...);
     }
 
   private:
     template <class Member>
-    constexpr bool unlessFunction(auto&& call, bool otherwise) const {
-        if constexpr (isFunction<Member>) {
+    constexpr bool ifField(auto&& call, bool otherwise) const {
+        if constexpr (memberKind<Member> != MemberKind::field) {
             return otherwise;
         } else if constexpr (std::is_void_v<decltype(call(
                                  static_cast<const Member&>(*this)))>) {
@@ -155,12 +173,8 @@ consteval void distinctNames(std::initializer_list<std::string_view> names) {
 
 template <class... Members>
 consteval bool fieldsFirst() {
-    bool good = true;
-    bool functionSeen = false;
-    ((good = good && (isFunction<Members> || !functionSeen),
-      functionSeen = functionSeen || isFunction<Members>),
-     ...);
-    return good;
+    const std::initializer_list<MemberKind> kinds{memberKind<Members>...};
+    return std::is_sorted(kinds.begin(), kinds.end());
 }
 
 // The size of a class that holds exactly these members in this order. A member that the schema
@@ -174,7 +188,7 @@ consteval std::size_t sizeOfMembers() {
         alignment = std::max(alignment, align);
     };
     const auto addMember = [&]<class Member>(const Member*) {
-        if constexpr (!isFunction<Member>) {
+        if constexpr (memberKind<Member> == MemberKind::field) {
             add(sizeof(typename Member::Value), alignof(typename Member::Value));
         }
     };
@@ -194,12 +208,12 @@ consteval auto schema(const Schema<Members...>& described) {
 }  // namespace check
 
 // The description of a value type: its qualified name, its fields in the order of declaration,
-// and its functions.
+// its constants and its functions.
 template <class... Members>
 consteval Schema<Members...> value(std::string_view typeName, Members... members) {
     static_assert(
         check::fieldsFirst<Members...>(),
-        "The functions of a value type are listed behind its fields.");
+        "A value type lists its fields first, then its constants, then its functions.");
     check::distinctNames({members.name...});
     return {members..., typeName};
 }
@@ -207,6 +221,10 @@ consteval Schema<Members...> value(std::string_view typeName, Members... members
 // The schema of T, checked. All derived operations use this one.
 template <Described T>
 inline constexpr auto schemaOf = check::schema<T>(T::schema());
+
+template <Described T>
+inline constexpr std::size_t fieldsIn =
+    decltype(T::schema())::template count<MemberKind::field>;
 
 // --- Enumerations --------------------------------------------------------------------------
 

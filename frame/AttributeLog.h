@@ -48,6 +48,7 @@ struct AttributeLogOf : AttributeSending<T, A> {
     using Sending = AttributeSending<T, A>;
     using Sending::flowOf;
     using Sending::of;
+    using Sending::outranked;
     using Sending::send;
     using Sending::stored;
     using Sending::unsent;
@@ -113,7 +114,15 @@ struct AttributeLogOf : AttributeSending<T, A> {
         for (auto it = collection.iterator(); it && sa.isActive(); ++it) {
             if (it.markedForDeletion() || !isMarked(collection, it)) continue;
             const Key& key = it.key();
-            if (!unsent(sa, key)) reactors.run([&] { deleteMember(sa, key); });
+            if (!outranked(sa, key)) reactors.run([&] { deleteMember(sa, key); });
+        }
+        if constexpr (InstantiatingCollection<V>) {
+            auto& ephemeral = flowOf(sa).ephemeralKeys;
+            for (auto it = ephemeral.iterator(); it; ++it) {
+                if (sa.wasHeard(it.node().value()) && !collection.has(it.key())) {
+                    ephemeral.erase(it.key());
+                }
+            }
         }
         reactors.rethrow();
     }
@@ -161,7 +170,9 @@ struct AttributeLogOf : AttributeSending<T, A> {
     static void applyDeletion(Sa& sa, In& in) {
         const auto key = in.next<Key>();
         sa.finish(in);
-        if (!unsent(sa, key)) deleteMember(sa, key);
+        if (outranked(sa, key)) return;
+        if constexpr (InstantiatingCollection<V>) flowOf(sa).ephemeralKeys.erase(key);
+        deleteMember(sa, key);
     }
 
     // --- Receiving children ---
@@ -212,12 +223,15 @@ struct AttributeLogOf : AttributeSending<T, A> {
             takeWrittenChild(sa, reference, existing(), made, &key);
             return;
         }
-        if (unsent(sa, key)) {
+        const auto mine = [&] {
+            return outranked(sa, key);
+        };
+        if (mine()) {
             sa.skipId(reference.entityId);
             return;
         }
         const bool madeHere = flowOf(sa).ephemeralKeys.erase(key);
-        takeChild<Child>(sa, reference, arguments, existing, madeHere, made, [&] {
+        takeChild<Child>(sa, reference, arguments, existing, madeHere, mine, made, [&] {
             deleteMember(sa, key);
         });
     }
@@ -230,18 +244,13 @@ struct AttributeLogOf : AttributeSending<T, A> {
         const auto& existing,
         const auto& make,
         const void* key) {
-        const std::uint32_t id = reference.entityId;
-        // A proxy's walk also names the children that this side has described to it.
-        if (!reference.described && id != 0 &&
-            (Demuxer::hasGone(sa, id) || (existing && Demuxer::isBound(sa, *existing, id)))) {
-            return;
-        }
-        if (!reference.described || id != 0) {
+        if (!reference.described || reference.entityId != 0) {
             Demuxer::fault(
                 sa,
                 Zin::NboAttrLog::StreamErrorKind::malformed,
                 "a proxy's child must be described and have no number");
         }
+        Demuxer::confirm(sa);
         if (existing) {
             Demuxer::deactivate(sa, *existing);
             send(sa, key);
@@ -258,6 +267,7 @@ struct AttributeLogOf : AttributeSending<T, A> {
         const std::optional<Arguments>& arguments,
         const auto& existing,
         bool madeHere,
+        const auto& outranked,
         const auto& make,
         const auto& unmake) {
         const std::uint32_t id = reference.entityId;
@@ -277,13 +287,20 @@ struct AttributeLogOf : AttributeSending<T, A> {
             child = existing();
             madeHere = false;
         }
-        if (!child && sa.isActive()) {
+        Zin::Ptr<Child> justMade;
+        if (child && madeHere) {
+            justMade = std::apply(
+                [](const auto&... each) { return frame::make<Child>(each...); },
+                *arguments);
+        } else if (!child && sa.isActive()) {
             reactors.run(make);
             child = existing();
         }
         // A reactor may have removed it at once, or put another in its place.
-        if (child && sa.isActive() && child->constructorArguments() == *arguments) {
-            Demuxer::bind(sa, child, id, madeHere);
+        if (child && sa.isActive() && !outranked() &&
+            child->constructorArguments() == *arguments) {
+            Sa& bound = Demuxer::bind(sa, child, id);
+            if (justMade) Demuxer::keepHeld(bound, *justMade);
         } else {
             sa.skipId(id);
         }
@@ -297,7 +314,10 @@ struct AttributeLogOf : AttributeSending<T, A> {
         const Demuxer::Reference reference = Demuxer::nextReference(in, sa);
         const auto arguments = nextDescription<Child>(sa, in, reference);
         sa.finish(in);
-        if (unsent(sa)) {
+        const auto mine = [&] {
+            return outranked(sa);
+        };
+        if (mine()) {
             sa.skipId(reference.entityId);
             return;
         }
@@ -306,7 +326,7 @@ struct AttributeLogOf : AttributeSending<T, A> {
             if (stored(sa) && sa.role() == Role::proxy) Demuxer::deactivate(sa, *stored(sa));
             of(sa).template singletonDel<A::member>();
         };
-        const bool madeHere = std::exchange(flowOf(sa).ephemeral, false);
+        const bool madeHere = std::exchange(flowOf(sa).ephemeral, 0) != 0;
         if (!reference.described && reference.entityId == 0) return unmake();
         const auto made = [&] {
             const Sa::Applying applying(sa, A::id, nullptr);
@@ -320,7 +340,7 @@ struct AttributeLogOf : AttributeSending<T, A> {
         if (sa.role() == Role::owner) {
             takeWrittenChild(sa, reference, existing(), made, nullptr);
         } else {
-            takeChild<Child>(sa, reference, arguments, existing, madeHere, made, unmake);
+            takeChild<Child>(sa, reference, arguments, existing, madeHere, mine, made, unmake);
         }
     }
 

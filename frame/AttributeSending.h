@@ -39,16 +39,48 @@ struct AttributeSending {
     static bool unsent(Sa& sa, const K& key) {
         return sa.role() == Role::proxy && flowOf(sa).dirtyKeys.has(key);
     }
+    // A mirror's child of which the owner had not heard outranks it likewise: the owner will
+    // describe the child, or say that it went, when it has heard.
+    static bool outranked(Sa& sa) {
+        if constexpr (A::kind == AttributeKind::singleton) {
+            if (!sa.wasHeard(flowOf(sa).ephemeral)) return true;
+        }
+        return unsent(sa);
+    }
+    template <class K>
+    static bool outranked(Sa& sa, const K& key) {
+        if constexpr (InstantiatingCollection<V>) {
+            const auto* const ephemeral = flowOf(sa).ephemeralKeys.lookup(key);
+            if (ephemeral && !sa.wasHeard(ephemeral->value())) return true;
+        }
+        return unsent(sa, key);
+    }
+
+    // What has no wire form is not tried again until it changes: it would be met each time.
+    template <class Send, class Forget>
+    static void sendOr(Sa& sa, const Forget& forget, const Send& send) {
+        try {
+            send();
+        } catch (const Zin::ValueCollectionDefaultKeyException& unsendable) {
+            forget();
+            sa.onUnsendable(A::id, unsendable);
+        }
+    }
 
     // --- Single values ---
 
     template <class Value>
     static void handleValueSerialization(Sa& sa, const Value& value) {
-        if (std::optional<Out> out =
-                sa.singletonSerializeCheck(A::id, Zin::NboAttrLog::attrLogSize(value))) {
-            *out << value;
-            sa.outSmCommitMessage();
-        }
+        const auto forget = [&] {
+            sa.flowOut().zinIsDirtyIs(A::id, false);
+        };
+        sendOr(sa, forget, [&] {
+            if (std::optional<Out> out =
+                    sa.singletonSerializeCheck(A::id, Zin::NboAttrLog::attrLogSize(value))) {
+                *out << value;
+                sa.outSmCommitMessage();
+            }
+        });
     }
 
     // --- Members of collections ---
@@ -97,7 +129,6 @@ struct AttributeSending {
 
     template <class K>
     static void sendDeletion(Sa& sa, const K& key) {
-        flowOf(sa).ephemeralKeys.erase(key);
         sendMember(sa, key, true, Zin::NboAttrLog::attrLogSize(key), [&](Out& out) {
             out << key;
         });
@@ -134,12 +165,16 @@ struct AttributeSending {
         const Zin::Ptr<ChildOf<V>> child(&childOf<V>(node));
         const std::size_t size =
             Zin::NboAttrLog::attrLogSize(key) + Demuxer::referenceSize(sa, *child);
-        if (sa.role() == Role::proxy) flowOf(sa).ephemeralKeys.put(key);
+        auto& ephemeral = flowOf(sa).ephemeralKeys;
+        if (sa.role() == Role::proxy) ephemeral.put(key, 0);
         const bool sent = sendMember(sa, key, false, size, [&](Out& out) {
             out << key;
             Demuxer::putReference(out, sa, *child);
         });
-        if (sent) Demuxer::streamDemuxer(sa, child);
+        if (!sent) return;
+        // Overwriting takes no memory.
+        if (sa.role() == Role::proxy) ephemeral.put(key, sa.childWasTold());
+        Demuxer::streamDemuxer(sa, child);
     }
 
     template <class Node>
@@ -148,10 +183,17 @@ struct AttributeSending {
             handleInstantiatingCollSerialization(sa, node);
         } else if constexpr (SetCollection<V>) {
             handleSetSerialization(sa, node);
-        } else if constexpr (KeyInsideValue<V>) {
-            handleIntKeyValueCollSerialization(sa, node);
         } else {
-            handleExtKeyValueCollSerialization(sa, node);
+            const auto forget = [&] {
+                flowOf(sa).dirtyKeys.erase(node.key());
+            };
+            sendOr(sa, forget, [&] {
+                if constexpr (KeyInsideValue<V>) {
+                    handleIntKeyValueCollSerialization(sa, node);
+                } else {
+                    handleExtKeyValueCollSerialization(sa, node);
+                }
+            });
         }
     }
 
@@ -245,7 +287,7 @@ struct AttributeSending {
         if (!out) return;
         Demuxer::putReference(*out, sa, *child);
         sa.outSmCommitMessage();
-        flowOf(sa).ephemeral = sa.role() == Role::proxy;
+        if (sa.role() == Role::proxy) flowOf(sa).ephemeral = sa.childWasTold();
         Demuxer::streamDemuxer(sa, child);
     }
 
@@ -308,6 +350,19 @@ struct AttributeSending {
                 if (stored(sa)) Demuxer::deactivate(sa, *stored(sa));
             }
             send(sa, nullptr);
+        }
+    }
+
+    // --- Children that were made on a proxy's side ---
+
+    static void keepHeld(Sa& sa, const Zin::Entity& justMade) {
+        if constexpr (Collection<V>) {
+            for (auto it = stored(sa).iteratorConst(); it; ++it) {
+                flowOf(sa).dirtyKeys.put(it.key());
+            }
+        } else {
+            const bool held = !(stored(sa) == static_cast<const T&>(justMade).*A::member);
+            sa.flowOut().zinIsDirtyIs(A::id, held);
         }
     }
 

@@ -38,15 +38,26 @@ struct CollectionFlow {
     bool dirty() const { return false; }
 };
 template <class A>
-requires(
-    A::kind == AttributeKind::collection ||
-    A::kind == AttributeKind::instantiating) struct CollectionFlow<A> {
-    using Keys = Zin::HSet<typename A::Value::Key, 0>;
-
-    Keys dirtyKeys;
-    // Of children that a proxy's side made and that the owner has yet to name.
-    Keys ephemeralKeys;
+requires(A::kind == AttributeKind::collection) struct CollectionFlow<A> {
+    Zin::HSet<typename A::Value::Key, 0> dirtyKeys;
     // The walk that is under way must begin anew: keys were dropped meanwhile.
+    bool restart = false;
+
+    bool dirty() const { return dirtyKeys.members() != 0; }
+};
+
+// Children that a proxy's side made, and of which the owner has yet to say what becomes of
+// them: each with the number of the message that told the owner.
+template <class A>
+requires(A::kind == AttributeKind::instantiating) struct CollectionFlow<A> {
+    using Key = typename A::Value::Key;
+
+    Zin::HSet<Key, 0> dirtyKeys;
+    Zin::HashMap2018<
+        Zin::HashMap2018NodeExternKey<false, 0, Key, std::uint64_t, false>,
+        Key,
+        std::uint64_t>
+        ephemeralKeys;
     bool restart = false;
 
     bool dirty() const { return dirtyKeys.members() != 0; }
@@ -54,8 +65,8 @@ requires(
 
 template <class A>
 requires(A::kind == AttributeKind::singleton) struct CollectionFlow<A> {
-    // The child was made on a proxy's side, and the owner has yet to name it.
-    bool ephemeral = false;
+    // 0: none.
+    std::uint64_t ephemeral = 0;
 
     bool dirty() const { return false; }
 };

@@ -31,22 +31,44 @@ Zin::MemberRef memberRef(const Node* node) {
 
 namespace detail {
 
-// What a function of an entity gives that needs no arguments; void when it gives nothing.
-template <class Function, class Owner>
-struct Returned {
+template <class V>
+concept Reflected =
+    (Zin::detail::kindOf<V>() != Zin::ValueKind::collection) || Zin::detail::CollectionValue<V>;
+
+// Void where there is nothing, or nothing that has a table.
+template <class V>
+struct ReflectedOr {
     using Type = void;
 };
-template <class Function, class Owner>
-requires std::is_invocable_v<Function, const Owner&>
-struct Returned<Function, Owner> {
-    using Type = std::remove_cvref_t<std::invoke_result_t<Function, const Owner&>>;
+template <Reflected V>
+struct ReflectedOr<V> {
+    using Type = V;
+};
+
+template <class Function>
+struct Call {
+    using Result = void;
+    using Argument = void;
+};
+template <class R, class Owner, bool isNoexcept>
+struct Call<R (Owner::*)() const noexcept(isNoexcept)> {
+    using Result = typename ReflectedOr<std::remove_cvref_t<R>>::Type;
+    using Argument = void;
+};
+template <class R, class Owner, class A, bool isNoexcept>
+requires Reflected<std::remove_cvref_t<A>>
+struct Call<R (Owner::*)(A) const noexcept(isNoexcept)> {
+    using Result = typename ReflectedOr<std::remove_cvref_t<R>>::Type;
+    using Argument = std::remove_cvref_t<A>;
 };
 
 }  // namespace detail
 
+// How a function of an entity is called by who knows no types: `Result` is void for one that
+// cannot be, because it gives nothing or takes more than one argument; `Argument` for one that
+// takes none.
 template <auto function>
-using ReturnedBy =
-    typename detail::Returned<decltype(function), describe::OwnerOf<function>>::Type;
+using CallOf = detail::Call<decltype(function)>;
 
 template <class T, class A>
 struct GenericIfOf {
@@ -57,7 +79,7 @@ struct GenericIfOf {
     operate(void* result, Zin::Entity& given, Op op, const void* key, const void* value) {
         T& entity = static_cast<T&>(given);
         if constexpr (!A::stored) {
-            return call(result, entity, op);
+            return call(result, entity, op, key);
         } else if constexpr (Collection<typename A::Value>) {
             return onCollection(result, entity, op, key, value);
         } else if constexpr (A::kind == AttributeKind::singleton) {
@@ -86,13 +108,18 @@ struct GenericIfOf {
             ": " + what + " is due, null was given");
     }
 
-    static Status call(void* result, const T& entity, Op op) {
-        using Returned = ReturnedBy<A::function>;
-        if constexpr (!std::is_void_v<Returned>) {
-            if (op == Op::get) {
-                slot<Returned>(result) = (entity.*A::function)();
-                return Status::done;
+    static Status call(void* result, const T& entity, Op op, const void* key) {
+        using Result = typename CallOf<A::function>::Result;
+        using Argument = typename CallOf<A::function>::Argument;
+        if constexpr (!std::is_void_v<Result>) {
+            if (op != Op::get) return Status::unsupported;
+            Result& to = slot<Result>(result);
+            if constexpr (std::is_void_v<Argument>) {
+                to = (entity.*A::function)();
+            } else {
+                to = (entity.*A::function)(due<Argument>(key, "an argument"));
             }
+            return Status::done;
         }
         return Status::unsupported;
     }

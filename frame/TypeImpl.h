@@ -118,7 +118,9 @@ consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
         }
     }
     if constexpr (!A::stored) {
-        info.value = Zin::detail::valueInfoOrNull<ReturnedBy<A::function>>();
+        using Call = CallOf<A::function>;
+        info.value = Zin::detail::valueInfoOrNull<typename Call::Result>();
+        info.key = Zin::detail::valueInfoOrNull<typename Call::Argument>();
     }
     info.operate = &GenericIfOf<T, A>::operate;
     if constexpr (A::streamed) {
@@ -126,6 +128,7 @@ consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
         info.send = &Log::send;
         info.apply = &Log::apply;
         info.resend = &Log::resend;
+        info.keepHeld = &Log::keepHeld;
         if constexpr (Collection<typename A::Value>) {
             info.flowOut = &Log::handleSerializationOfColl;
             info.applyDeletion = &Log::applyDeletion;

@@ -30,6 +30,7 @@ MutatorReinstantiatingException::~MutatorReinstantiatingException() = default;
 RangeException::~RangeException() = default;
 TextRangeException::~TextRangeException() = default;
 WriteUpdateFromReadOnlyProxyException::~WriteUpdateFromReadOnlyProxyException() = default;
+ValueCollectionDefaultKeyException::~ValueCollectionDefaultKeyException() = default;
 NullPointerException::~NullPointerException() = default;
 UnhashableException::~UnhashableException() = default;
 TypeException::~TypeException() = default;
@@ -135,6 +136,20 @@ void throwMutatorReinstantiating(
 void throwWriteUpdateFromReadOnlyProxyException(const Entity& entity, AttributeId attribute) {
     throw WriteUpdateFromReadOnlyProxyException(
         described(entity, attribute) + ": write from a read-only proxy refused");
+}
+
+void throwValueCollectionDefaultKeyException(
+    std::string_view typeName,
+    std::string_view fieldName) {
+    throw ValueCollectionDefaultKeyException(
+        std::string(typeName) + " with a member under the default key in '" +
+        std::string(fieldName) + "', which has no wire form");
+}
+
+ValueCollectionDefaultKeyException
+unsendable(const Entity& entity, AttributeId attribute, std::string_view why) {
+    return ValueCollectionDefaultKeyException(
+        described(entity, attribute) + ": " + std::string(why));
 }
 
 }  // namespace Zin

@@ -74,6 +74,14 @@ class ZIN_EXPORT WriteUpdateFromReadOnlyProxyException : public Exception {
     ~WriteUpdateFromReadOnlyProxyException() override;
 };
 
+// A collection of keys and values inside of a value holds a member under the default key, which
+// has no wire form.
+class ZIN_EXPORT ValueCollectionDefaultKeyException : public Exception {
+  public:
+    using Exception::Exception;
+    ~ValueCollectionDefaultKeyException() override;
+};
+
 // A text does not have the form that was expected.
 class ZIN_EXPORT TextException : public Exception {
   public:
@@ -149,5 +157,13 @@ namespace GenericIfImpl {
 [[noreturn]] ZIN_EXPORT void throwWriteUpdateFromReadOnlyProxyException(
     const Entity& entity,
     AttributeId attribute);
+// Of the type of the value, and its field that is the collection.
+[[noreturn]] ZIN_EXPORT void throwValueCollectionDefaultKeyException(
+    std::string_view typeName,
+    std::string_view fieldName);
+
+// The same, met while that attribute of the entity was sent.
+ZIN_EXPORT ValueCollectionDefaultKeyException
+unsendable(const Entity& entity, AttributeId attribute, std::string_view why);
 
 }  // namespace Zin

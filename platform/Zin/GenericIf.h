@@ -51,9 +51,9 @@ class ZIN_EXPORT ZinAttr : public ZinAttrBase {
 namespace GenericIf {
 
 enum class AttributeOp : std::uint32_t {
-    // Single attribute, function: assigns the value to the object at `result`. Single child and
-    // reference: the Ptr<Entity> at `result`. Collection: finds `key`, writes the MemberRef at
-    // `result`.
+    // Single attribute, function: assigns the value to the object at `result`; a function that
+    // takes an argument takes *key. Single child and reference: the Ptr<Entity> at `result`.
+    // Collection: finds `key`, writes the MemberRef at `result`.
     get = 0,
     // Single attribute: sets *value. Reference: sets the Ptr<Entity> at `value`, where
     // TypeException says that it is of another type. Collection of values: inserts or

@@ -5,6 +5,7 @@
 
 #include "Zin/Any.h"
 #include "Zin/Assert.h"
+#include "Zin/TypeTable.h"
 
 namespace Zin {
 
@@ -44,6 +45,27 @@ std::uint32_t hash(const ValueInfo& own, const void* object, const ZinTypeBase& 
     if (!own.hash) throwUnhashableException(type);
     require(object, own.name, "a value");
     return own.hash(object, HashHelper::hashSeed32());
+}
+
+bool nonempty(const ValueInfo& own, const void* object, const ZinTypeBase& type) {
+    requireOwn(own, type);
+    require(object, own.name, "a value");
+    return !own.equal(object, Any(own).get());
+}
+
+GenericIf::Status less(
+    const ValueInfo& own,
+    void* result,
+    const void* a,
+    const void* b,
+    const ZinTypeBase& type) {
+    requireOwn(own, type);
+    if (!own.less) return GenericIf::Status::unsupported;
+    require(result, own.name, "a place for the result");
+    require(a, own.name, "a value");
+    require(b, own.name, "a value");
+    *static_cast<bool*>(result) = own.less(a, b);
+    return GenericIf::Status::done;
 }
 
 String strRep(const ValueInfo& own, const void* object, const ZinTypeBase& type) {
@@ -97,6 +119,32 @@ void constructFromCtorArgs(const ValueInfo& own, void* result, const void* const
         own.destruct(result);
         throw;
     }
+}
+
+GenericIf::Status attributeOp(
+    const ValueInfo& own,
+    void* result,
+    const void* object,
+    const ZinAttr& attr,
+    GenericIf::AttributeOp op) {
+    using GenericIf::Status;
+    // Wraps around for a handle that names no attribute.
+    std::size_t place = attr.attributeId() - typeTable::firstFieldId;
+    const std::size_t all = own.fields.size() + own.constants.size() + own.functions.size();
+    if (!isOwn(own, attr.type()) || place >= all) return Status::unknownAttribute;
+    if (op != GenericIf::AttributeOp::get) return Status::unsupported;
+    if (place < own.fields.size()) {
+        const FieldInfo& field = own.fields[place];
+        require(result, own.name, "a place for the result");
+        require(object, own.name, "a value");
+        field.type->assign(result, field.in(object));
+        return Status::done;
+    }
+    place -= own.fields.size();
+    if (place >= own.constants.size()) return Status::unsupported;
+    require(result, own.name, "a place for the result");
+    own.constants[place].get(result);
+    return Status::done;
 }
 
 const ValueInfo& enumeration(const ZinTypeBase& type, std::size_t bytes) {

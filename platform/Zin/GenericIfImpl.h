@@ -19,6 +19,7 @@
 
 #include "Zin/Exceptions.h"
 #include "Zin/Export.h"
+#include "Zin/GenericIf.h"
 #include "Zin/Module.h"
 #include "Zin/String.h"
 #include "Zin/ValueInfoOf.h"
@@ -32,6 +33,9 @@ ZIN_EXPORT void construct(const ValueInfo& own, void* destination, const void* s
 ZIN_EXPORT void destruct(const ValueInfo& own, void* object);
 ZIN_EXPORT std::uint32_t
 hash(const ValueInfo& own, const void* object, const ZinTypeBase& type);
+ZIN_EXPORT bool nonempty(const ValueInfo& own, const void* object, const ZinTypeBase& type);
+ZIN_EXPORT GenericIf::Status
+less(const ValueInfo& own, void* result, const void* a, const void* b, const ZinTypeBase& type);
 ZIN_EXPORT String strRep(const ValueInfo& own, const void* object, const ZinTypeBase& type);
 ZIN_EXPORT void strepToValue(
     const ValueInfo& own,
@@ -46,6 +50,12 @@ ZIN_EXPORT void voidPtrIs(
     const ZinTypeBase& expectedType);
 ZIN_EXPORT void
 constructFromCtorArgs(const ValueInfo& own, void* result, const void* const* arguments);
+ZIN_EXPORT GenericIf::Status attributeOp(
+    const ValueInfo& own,
+    void* result,
+    const void* object,
+    const ZinAttr& attr,
+    GenericIf::AttributeOp op);
 // The table of an enumeration that takes so many bytes; throws a TypeException when the handle
 // names none.
 ZIN_EXPORT const ValueInfo& enumeration(const ZinTypeBase& type, std::size_t bytes);
@@ -72,6 +82,15 @@ struct GenericIfValueMethods {
     static std::uint32_t genericIfHash(const void* object, const ZinTypeBase& type) {
         return hash(valueInfo<V>, object, type);
     }
+    // Whether it differs from a default value.
+    static bool genericIfNonempty(const void* object, const ZinTypeBase& type) {
+        return nonempty(valueInfo<V>, object, type);
+    }
+    // Writes whether a < b to the bool at `result`. Unsupported for a type without an order.
+    static GenericIf::Status
+    genericIfLess(void* result, const void* a, const void* b, const ZinTypeBase& type) {
+        return less(valueInfo<V>, result, a, b, type);
+    }
     static String genericIfStrRep(const void* object, const ZinTypeBase& type) {
         return strRep(valueInfo<V>, object, type);
     }
@@ -88,6 +107,17 @@ struct GenericIfValueMethods {
         const ZinTypeBase& sourceType,
         const ZinTypeBase& expectedType) {
         voidPtrIs(valueInfo<V>, destination, source, sourceType, expectedType);
+    }
+    // `get` assigns a field, or a constant, to the object at `result`; for a constant `object`
+    // may be null. Nothing else is supported: values are changed as a whole.
+    static GenericIf::Status genericIfAttributeOp(
+        void* result,
+        const void* object,
+        const ZinAttr& attr,
+        GenericIf::AttributeOp op,
+        const void* /*key*/,
+        const void* /*value*/) {
+        return attributeOp(valueInfo<V>, result, object, attr, op);
     }
     // Into raw memory: each pointer points at a field, in their order.
     static void genericIfConstructFromCtorArgs(void* result, const void* const* arguments) {

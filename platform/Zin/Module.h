@@ -77,6 +77,7 @@ struct AttributeInfo {
     // Of a single value, of a collection's members, or of what a function returns; null for
     // children and sets.
     const ValueInfo* value;
+    // Of a collection's keys, or of what a function takes; null for all else.
     const ValueInfo* key;
     // The type of the children.
     const EntityTypeInfo* childType;
@@ -112,6 +113,8 @@ struct AttributeInfo {
     bool (*flowOut)(NboAttrLog::Sa& sa, NboAttrLog::FlowOut& flowOut);
     void (*apply)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
     void (*applyDeletion)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
+    // What a mirror's child holds of it, and one that was just made does not, becomes dirty.
+    void (*keepHeld)(NboAttrLog::Sa& sa, const Entity& justMade);
     // Marks all members as pending deletion; deletes those that still are.
     void (*markAll)(Entity& entity);
     void (*sweep)(NboAttrLog::Sa& sa);
@@ -123,9 +126,10 @@ struct AttributeInfo {
     void (*resend)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
 
     // Whether nothing of it can be seen, or set, as a value: it is a reference, or a function
-    // that needs arguments or gives nothing.
+    // that gives nothing or takes something.
     bool hasNoForm() const noexcept {
-        return kind == AttributeKind::reference || (kind == AttributeKind::function && !value);
+        return kind == AttributeKind::reference ||
+               (kind == AttributeKind::function && (!value || key));
     }
     bool isCollection() const noexcept {
         return kind == AttributeKind::collection || kind == AttributeKind::instantiating;

@@ -146,7 +146,7 @@ void Connection::unmount(const String& name) {
 void Connection::barrier(std::uint64_t token) {
     if (closed()) return;
     const Depth depth(*this);
-    afterPending_.emplace_back(MessageId::barrier, token);
+    barriers_.push_back(token);
     wake();
 }
 

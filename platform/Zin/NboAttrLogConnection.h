@@ -11,6 +11,11 @@
 // the peer does; what this side's own reactors throw passes through it after the message was
 // applied, and the next feed(), of nothing if need be, goes on.
 //
+// A value that has no wire form is not sent, and the peer keeps what it has. What says so, a
+// ValueCollectionDefaultKeyException, is thrown to whoever makes the change that would be sent;
+// where the value is met later, by produce() at its end, which goes on when it is called again,
+// or by feed(), when the peer has asked for it.
+//
 // Memory: one message of at most Options::maxMessage bytes on the way in; on the way out about
 // Options::highWater, and the dirty keys of a peer that does not keep up.
 // One thread at a time uses a connection and the entities it joins.
@@ -20,6 +25,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <map>
 #include <memory>
 #include <optional>
@@ -164,7 +170,8 @@ class ZIN_EXPORT Connection {
     // Whether produce() would return something.
     bool hasOutput() const noexcept;
 
-    // Sends the token behind all that is dirty now (Observer::onBarrier, onBarrierReached).
+    // Sends the token behind all that is dirty now, and behind what children hold that were
+    // made here and that the owner has yet to name (Observer::onBarrier, onBarrierReached).
     void barrier(std::uint64_t token);
 
     // Ends the stream from this side. What was not sent is lost.
@@ -245,6 +252,10 @@ class ZIN_EXPORT Connection {
     bool flowOut(Sa& sa);
     void sendAfterPending();
     void wake();
+    // Before this side says anything more, the peer is told that the message which is being
+    // taken was heard.
+    void confirm();
+    void sendConfirmation();
 
     // --- Adapters ---
     Sa& attach(Ptr<Entity> entity, std::uint32_t id, Role role, bool writable, Sa* parent);
@@ -270,6 +281,8 @@ class ZIN_EXPORT Connection {
     bool woken_ = false;
     unsigned depth_ = 0;
     std::optional<StreamError> error_;
+    // Thrown at the end of the produce() that met it.
+    std::exception_ptr unsendable_;
     std::size_t peerMaxMessage_ = 0;
 
     // A message of which a part was received, and the place of its first byte in the stream.
@@ -280,8 +293,19 @@ class ZIN_EXPORT Connection {
     ByteQueue out_;
     std::size_t messageSize_ = 0;
     std::size_t limit_ = 0;
-    // Messages that follow when nothing is dirty any more.
+    // Replies, and this side's barriers, that follow when nothing is dirty any more.
     std::deque<std::pair<MessageId, std::uint64_t>> afterPending_;
+    std::deque<std::uint64_t> barriers_;
+    // The last message that told the owner of a child which was made here. Barriers wait until
+    // what is in such children was sent as well: behind the last message that is settled.
+    std::uint64_t childTold_ = 0;
+    std::uint64_t childSettled_ = 0;
+    // The message to which the round that is under way answers, or 0.
+    std::uint64_t settling_ = 0;
+    bool settleAsked_ = false;
+    // The peer's message that is still to be confirmed, or 0; this side's last one that was.
+    std::uint64_t toConfirm_ = 0;
+    std::uint64_t heardByPeer_ = 0;
 
     std::map<String, std::uint64_t> peerModules_;
     std::map<std::uint32_t, Mount> mounts_;
@@ -345,10 +369,13 @@ class ZIN_EXPORT Demuxer {
     // The child's adapter goes: nothing more is said of it on this stream, unless it is
     // described anew.
     static void deactivate(Sa& sa, const Entity& existing);
-    // The child stands for the peer's entity from now on. A child that was made here and that
-    // the owner now names keeps what was written to it: all of it is sent to the owner.
-    static void bind(Sa& sa, const Ptr<Entity>& child, std::uint32_t entityId, bool madeHere);
+    // The child stands for the peer's entity from now on.
+    static Sa& bind(Sa& sa, const Ptr<Entity>& child, std::uint32_t entityId);
+    // What the child holds beyond one that was just made is dirty: the owner will hear it.
+    static void keepHeld(Sa& child, const Entity& justMade);
     static bool isBound(const Sa& sa, const Entity& child, std::uint32_t entityId);
+    // A proxy's side made a child: what this side says from now on it says knowing that.
+    static void confirm(Sa& sa);
     // Whether the number was given to an entity that has gone since.
     static bool hasGone(const Sa& sa, std::uint32_t entityId);
     // The number of an entity on this side of the stream, 0 when it has none.

@@ -28,7 +28,7 @@ inline std::string quoted(const String& name) {
 template <class... Values>
 void Connection::send(MessageId id, const Values&... values) {
     Out out = message(static_cast<std::uint32_t>(id), (attrLogSize(values) + ... + 0));
-    (out << ... << values);
+    static_cast<void>((out << ... << values));
     commit();
 }
 

@@ -59,8 +59,9 @@ class ZIN_EXPORT FdStream {
 
     // The poll(2) events that it waits for now.
     short wanted() const noexcept;
-    // Reads and writes what it can; passes on what reactors throw, when it has read. False when
-    // the stream is over and the descriptor may be closed.
+    // Reads and writes what it can; passes on what reactors throw, when it has read, and what
+    // says that a value could not be sent: the stream goes on when this is called again. False
+    // when the stream is over and the descriptor may be closed.
     bool ready(short events);
 
   private:

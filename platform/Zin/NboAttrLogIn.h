@@ -97,7 +97,8 @@ concept ReadsItself = requires(In& in) {
     { T::attrLogNext(in) } -> std::same_as<T>;
 };
 
-// As many members as the number before them says, each with a key of its own.
+// As many members as the number before them says, each with a key of its own, in a map none
+// with the default key.
 template <MemberCollection T>
 T In::nextMembers() {
     const In start = *this;
@@ -111,7 +112,7 @@ T In::nextMembers() {
     T collection;
     for (std::uint32_t i = 0; i < count; ++i) {
         const In member = *this;
-        if constexpr (std::is_void_v<typename T::Value>) {
+        if constexpr (!isMap<T>) {
             collection.put(next<typename T::Key>());
         } else if constexpr (keyTravelsInside<T>) {
             collection.put(next<typename T::Value>());
@@ -120,6 +121,11 @@ T In::nextMembers() {
             collection.put(key, next<typename T::Value>());
         }
         if (collection.members() != i + 1) member.fail("a key of its own", "a second member");
+    }
+    if constexpr (isMap<T>) {
+        if (collection.has(typename T::Key{})) {
+            start.fail("members under keys of their own", "one under the default key");
+        }
     }
     return collection;
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "Zin/NboAttrLogConnection.h"
 #include "Zin/NboAttrLogConnectionImpl.h"
@@ -90,6 +91,29 @@ void Connection::dispatch(MessageId id, In& in) {
             in.requireEnd();
             return observer_.onBarrierReached(token);
         }
+        case MessageId::heard: {
+            const std::uint64_t message = in.nextU64();
+            in.requireEnd();
+            if (message <= heardByPeer_ || message > counters_.messagesOut) {
+                fault(
+                    StreamErrorKind::outOfOrder,
+                    "message " + std::to_string(message) + " is confirmed");
+            }
+            heardByPeer_ = message;
+            return;
+        }
+        case MessageId::settle:
+            in.requireEnd();
+            if (std::exchange(settleAsked_, true)) {
+                fault(StreamErrorKind::outOfOrder, "settle is asked for twice");
+            }
+            afterPending_.emplace_back(MessageId::settled, 0);
+            return wake();
+        case MessageId::settled:
+            in.requireEnd();
+            if (settling_ == 0) fault(StreamErrorKind::outOfOrder, "nothing was to be settled");
+            childSettled_ = std::exchange(settling_, 0);
+            return wake();
         case MessageId::unmount: {
             const std::uint32_t number = in.nextU32();
             in.requireEnd();
@@ -306,9 +330,7 @@ void Connection::onTransaction(In& in) {
         return;
     }
     Sa& sa = *selectedIn_;
-    if (sa.role() == Role::owner && !allowWriteFromReadOnlyRemote(sa, id)) {
-        fault(StreamErrorKind::readOnly, "a transaction from a read-only proxy");
-    }
+    if (sa.role() == Role::owner) fault(StreamErrorKind::outOfOrder, "a proxy's transaction");
     const AttributeInfo* const attribute = sa.type().attribute(id);
     if (!attribute || !attribute->isCollection()) {
         return skipOrFault(

@@ -14,6 +14,7 @@
 #include <type_traits>
 
 #include "Zin/Assert.h"
+#include "Zin/Exceptions.h"
 #include "Zin/String.h"
 #include "describe/Value.h"
 
@@ -72,6 +73,9 @@ concept MemberCollection = !describe::Described<T> && requires(const T& collecti
     collection.begin();
 };
 
+template <MemberCollection T>
+inline constexpr bool isMap = !std::is_void_v<typename T::Value>;
+
 // The key is not sent beside a value that holds it.
 template <MemberCollection T>
 inline constexpr bool keyTravelsInside =
@@ -83,7 +87,7 @@ inline constexpr bool keyTravelsInside =
 template <MemberCollection T>
 constexpr void forEachPart(const T& collection, auto&& part) {
     for (const auto& node : collection) {
-        if constexpr (std::is_void_v<typename T::Value>) {
+        if constexpr (!isMap<T>) {
             part(node.key());
         } else {
             if constexpr (!keyTravelsInside<T>) part(node.key());
@@ -92,9 +96,28 @@ constexpr void forEachPart(const T& collection, auto&& part) {
     }
 }
 
+// In a map inside of a value the default key stands for no member: one under it is neither
+// written nor taken.
+template <describe::Described T>
+constexpr void requireKeys(const T& value) {
+    describe::schemaOf<T>.forEach([&](auto field) {
+        using Field = typename decltype(field)::Value;
+        if constexpr (MemberCollection<Field>) {
+            if constexpr (isMap<Field>) {
+                if (field.in(value).has(typename Field::Key{})) {
+                    throwValueCollectionDefaultKeyException(
+                        describe::schemaOf<T>.typeName,
+                        field.name);
+                }
+            }
+        }
+    });
+}
+
 // Bytes that a value takes: a bool one, integers their width, enumerations four, floating point
 // eight, a string four more than its length, a value type the sum of its fields, a collection
-// inside of a value four more than its members.
+// inside of a value four more than its members. Throws a ValueCollectionDefaultKeyException for
+// a value that cannot be written, as writing it does.
 template <class T>
 constexpr std::size_t attrLogSize(const T& value) {
     if constexpr (WritesItself<T>) {
@@ -117,6 +140,7 @@ constexpr std::size_t attrLogSize(const T& value) {
         static_assert(
             describe::Described<T>,
             "This type has no wire form: give it a schema().");
+        requireKeys(value);
         std::size_t size = 0;
         describe::schemaOf<T>.forEach(
             [&](auto field) { size += attrLogSize(field.in(value)); });
@@ -146,6 +170,7 @@ Out& operator<<(Out& out, const T& value) {
         out.put(value.members());
         forEachPart(value, [&](const auto& part) { out << part; });
     } else {
+        requireKeys(value);
         describe::schemaOf<T>.forEach([&](auto field) { out << field.in(value); });
     }
     return out;

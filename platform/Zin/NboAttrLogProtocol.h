@@ -39,6 +39,9 @@ enum class MessageId : std::uint32_t {
     barrierReached = 14,
     unmount = 15,
     failed = 16,
+    heard = 17,
+    settle = 18,
+    settled = 19,
 };
 
 // Whether a resynchronisation of a collection begins (what the receiver holds is marked) or

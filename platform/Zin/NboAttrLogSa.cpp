@@ -89,6 +89,14 @@ void Sa::outSmCommitMessage() {
     connection_.wake();
 }
 
+std::uint64_t Sa::childWasTold() noexcept {
+    return connection_.childTold_ = connection_.counters_.messagesOut;
+}
+
+bool Sa::wasHeard(std::uint64_t message) const noexcept {
+    return message <= connection_.heardByPeer_;
+}
+
 bool Sa::continueFlowOut() const {
     return connection_.state_ == Connection::State::open &&
            connection_.out_.size() < connection_.limit_;
@@ -109,6 +117,12 @@ void Sa::sendTransaction(AttributeId id, TransactionType transaction) {
     Out out = connection_.message(static_cast<std::uint32_t>(MessageId::transaction), 4 + 1);
     out << id << static_cast<std::uint8_t>(transaction);
     outSmCommitMessage();
+}
+
+void Sa::onUnsendable(AttributeId id, const ValueCollectionDefaultKeyException& why) {
+    const ValueCollectionDefaultKeyException failure = unsendable(*entity_, id, why.what());
+    if (!connection_.producing_) throw failure;
+    if (!connection_.unsendable_) connection_.unsendable_ = std::make_exception_ptr(failure);
 }
 
 // --- Receiving ---
@@ -283,16 +297,24 @@ void Demuxer::deactivate(Sa& sa, const Entity& existing) {
     ZIN_ASSERT(!bound->_isActive, "NboAttrLogSa");
 }
 
-void Demuxer::bind(Sa& sa, const Ptr<Entity>& child, std::uint32_t entityId, bool madeHere) {
-    Sa& made = sa.connection_.attach(child, entityId, Role::proxy, sa.writable(), &sa);
-    if (!madeHere) return;
-    made.flowOutIs(0);
-    made.schedule();
+Sa& Demuxer::bind(Sa& sa, const Ptr<Entity>& child, std::uint32_t entityId) {
+    return sa.connection_.attach(child, entityId, Role::proxy, sa.writable(), &sa);
+}
+
+void Demuxer::keepHeld(Sa& child, const Entity& justMade) {
+    for (const AttributeInfo& attribute : child.type().attributes) {
+        if (attribute.streamed) attribute.keepHeld(child, justMade);
+    }
+    if (child.flowOut().hasDirtyAttributes()) child.schedule();
 }
 
 bool Demuxer::isBound(const Sa& sa, const Entity& child, std::uint32_t entityId) {
     const Sa* const bound = sa.connection_.adapterOf(sa.role(), child);
     return bound && bound->entityId() == entityId;
+}
+
+void Demuxer::confirm(Sa& sa) {
+    sa.connection_.confirm();
 }
 
 bool Demuxer::hasGone(const Sa& sa, std::uint32_t entityId) {

@@ -58,6 +58,11 @@ class ZIN_EXPORT Sa final : private Notifiee {
     // The same for a collection's member; remembering the key is the caller's.
     std::optional<Out> collSerializeCheck(AttributeId id, bool deleted, std::size_t size);
     void outSmCommitMessage();
+    // The last message told the owner of a child that was made here. Its number.
+    std::uint64_t childWasTold() noexcept;
+    // Whether the peer is known to have taken the message of this number: what it says from
+    // then on it says knowing that message.
+    bool wasHeard(std::uint64_t message) const noexcept;
     // Whether a flow-out that is under way may send more.
     bool continueFlowOut() const;
     // Whether a message would be taken now.
@@ -69,6 +74,9 @@ class ZIN_EXPORT Sa final : private Notifiee {
     // Something is dirty: the stream comes back to it when it can.
     void schedule();
     void sendTransaction(AttributeId id, TransactionType transaction);
+    // A value of the attribute has no wire form, and nothing of it was written. Throws to
+    // whoever changed it; a flow-out goes on, and its caller is told at the end.
+    void onUnsendable(AttributeId id, const ValueCollectionDefaultKeyException& why);
 
     // --- Receiving ---
     // While one lives, this side makes a change because the peer said so. The first time that

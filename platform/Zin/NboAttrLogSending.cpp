@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "Zin/Assert.h"
 #include "Zin/NboAttrLogConnection.h"
@@ -12,6 +13,7 @@ namespace Zin::NboAttrLog {
 // --- Sending ---
 
 Out Connection::message(std::uint32_t id, std::size_t size) {
+    if (toConfirm_ != 0) sendConfirmation();
     messageSize_ = headerSize + size;
     std::byte* const begin = out_.room(messageSize_);
     Out out(begin, begin + messageSize_);
@@ -23,6 +25,21 @@ void Connection::commit() noexcept {
     out_.added(messageSize_);
     ++counters_.messagesOut;
     counters_.bytesOut += messageSize_;
+}
+
+void Connection::confirm() {
+    toConfirm_ = counters_.messagesIn;
+    wake();
+}
+
+void Connection::sendConfirmation() {
+    const std::uint64_t heard = std::exchange(toConfirm_, 0);
+    try {
+        send(MessageId::heard, heard);
+    } catch (...) {
+        toConfirm_ = heard;
+        throw;
+    }
 }
 
 void Connection::sendHello() {
@@ -90,6 +107,7 @@ std::span<const std::byte> Connection::produce(std::size_t budget) {
         const Producing producing{producing_};
         limit_ = std::min(budget, options_.highWater);
         try {
+            if (toConfirm_ != 0) sendConfirmation();
             flowOutPending();
             sendAfterPending();
         } catch (const std::bad_alloc&) {
@@ -98,6 +116,7 @@ std::span<const std::byte> Connection::produce(std::size_t budget) {
     }
     const std::span<const std::byte> front = out_.front();
     if (front.empty()) woken_ = false;
+    if (unsendable_) std::rethrow_exception(std::exchange(unsendable_, nullptr));
     return front.first(std::min(budget, front.size()));
 }
 
@@ -108,7 +127,9 @@ void Connection::consumed(std::size_t bytes) noexcept {
 
 bool Connection::hasOutput() const noexcept {
     if (!out_.empty()) return true;
-    return state_ == State::open && greeted_ && (firstPending_ || !afterPending_.empty());
+    return state_ == State::open && greeted_ &&
+           (firstPending_ || !afterPending_.empty() || toConfirm_ != 0 ||
+            (!barriers_.empty() && settling_ == 0));
 }
 
 void Connection::flowOutPending() {
@@ -135,15 +156,27 @@ bool Connection::flowOut(Sa& sa) {
 }
 
 void Connection::sendAfterPending() {
-    while (!firstPending_ && !afterPending_.empty() && state_ == State::open && greeted_ &&
-           out_.size() < limit_) {
-        const auto [id, number] = afterPending_.front();
-        if (id == MessageId::synced) {
-            send(id, static_cast<std::uint32_t>(number));
+    while (!firstPending_ && state_ == State::open && greeted_ && out_.size() < limit_) {
+        if (!afterPending_.empty()) {
+            const auto [id, number] = afterPending_.front();
+            if (id == MessageId::synced) {
+                send(id, static_cast<std::uint32_t>(number));
+            } else if (id == MessageId::settled) {
+                send(id);
+                settleAsked_ = false;
+            } else {
+                send(id, number);
+            }
+            afterPending_.pop_front();
+        } else if (barriers_.empty() || settling_ != 0) {
+            return;
+        } else if (childTold_ != childSettled_) {
+            send(MessageId::settle);
+            settling_ = childTold_;
         } else {
-            send(id, number);
+            send(MessageId::barrier, barriers_.front());
+            barriers_.pop_front();
         }
-        afterPending_.pop_front();
     }
 }
 

@@ -64,7 +64,8 @@ class ZIN_EXPORT Place {
   public:
     enum class Kind : std::uint8_t {
         entity,
-        // A single attribute, a function of the entity, or a field in one of them.
+        // A single attribute, a function of the entity that takes nothing, or a field in one of
+        // them.
         value,
         collection,
         // A member that is a value, or a field in it; a key in a set; a child that is absent.

@@ -102,7 +102,8 @@ class ZIN_EXPORT TypeTable {
         std::uint32_t flags;
         // A builtin type or the index of a referenced one.
         std::int16_t base;
-        // Of an entity type the number of constructor arguments, of an enumeration its bytes.
+        // Of an entity type the number of constructor arguments, of a value type that of its
+        // fields, of an enumeration its bytes.
         std::uint16_t number;
         std::uint16_t firstRecord;
         std::uint16_t records;

@@ -82,6 +82,7 @@ constexpr void forEachReference(Types types, auto&& visit) {
         if (!isEntity(type)) {
             if (type.value->kind == ValueKind::enumeration) continue;
             for (const FieldInfo& field : type.value->fields) ofValue(field.type);
+            for (const ConstantInfo& constant : type.value->constants) ofValue(constant.type);
             continue;
         }
         if (!isNull(type.entity->base)) visit(type.entity->base->name);
@@ -95,12 +96,14 @@ constexpr void forEachReference(Types types, auto&& visit) {
     }
 }
 
-// Calls visit(name) for each name of an attribute, a field, a function or an enumerator.
+// Calls visit(name) for each name of an attribute, a field, a constant, a function or an
+// enumerator.
 constexpr void forEachName(Types types, auto&& visit) {
     for (const TypeInfo& type : types) {
         if (!isEntity(type)) {
             for (const auto& enumerator : type.value->enumerators) visit(enumerator.name);
             for (const FieldInfo& field : type.value->fields) visit(field.name);
+            for (const ConstantInfo& constant : type.value->constants) visit(constant.name);
             for (const std::string_view function : type.value->functions) visit(function);
             continue;
         }
@@ -114,7 +117,8 @@ constexpr void forEachName(Types types, auto&& visit) {
 constexpr std::size_t recordsOf(const TypeInfo& type) {
     if (isEntity(type)) return ownAttributes(*type.entity).size();
     if (type.value->kind == ValueKind::enumeration) return type.value->enumerators.size();
-    return type.value->fields.size() + type.value->functions.size();
+    return type.value->fields.size() + type.value->constants.size() +
+           type.value->functions.size();
 }
 
 // Names in ascending order, each once, and where each begins in their pool.
@@ -309,17 +313,21 @@ struct Builder {
                  {}});
         }
         std::uint32_t id = firstFieldId;
-        for (const FieldInfo& field : type.value->fields) {
+        const auto putConstant = [&](std::string_view name, const ValueInfo* value) {
             put(writer,
                 index++,
                 {id++,
                  RecordKind::single,
                  Access::constant,
                  true,
-                 field.name,
-                 typeNumber(field.type),
+                 name,
+                 typeNumber(value),
                  keyWord(none, false),
                  {}});
+        };
+        for (const FieldInfo& field : type.value->fields) putConstant(field.name, field.type);
+        for (const ConstantInfo& constant : type.value->constants) {
+            putConstant(constant.name, constant.type);
         }
         for (const std::string_view function : type.value->functions) {
             put(writer, index++, functionRecord(id++, function));
@@ -347,6 +355,7 @@ struct Builder {
             if (!isNull(type.value->less)) flags |= isOrdered;
             if (type.value->kind == ValueKind::text) flags |= hasOwnText;
             base = none;
+            number = type.value->fields.size();
         }
         writer.put(at, static_cast<std::uint32_t>(kind), 1);
         writer.put(at + 1, typeMark, 1);
@@ -389,7 +398,8 @@ struct Builder {
 
 // A running hash of what two builds must agree on to read each other's messages. Every list is
 // preceded by its length, so that no two descriptions are hashed as the same sequence.
-// Enumerators are no part of it: a number travels whether or not it has a name.
+// Enumerators are no part of it: a number travels whether or not it has a name. Neither are
+// constants: what never changes does not travel.
 class Fingerprint {
   public:
     constexpr void add(std::uint64_t word) {

@@ -19,7 +19,7 @@ class Value : public describe::Operators<T> {
     requires describe::HashedValue<Whole> std::uint32_t hash(std::uint32_t seed)
     const {
         const Whole& self = static_cast<const Whole&>(*this);
-        if constexpr (describe::schemaOf<Whole>.size == 1) {
+        if constexpr (describe::fieldsIn<Whole> == 1) {
             std::uint32_t hash = 0;
             describe::schemaOf<Whole>.forEach(
                 [&](auto field) { hash = hashSingleAttr(seed, field.in(self)); });

@@ -41,6 +41,13 @@ struct FieldInfo {
     void* mutableIn(void* value) const { return const_cast<void*>(in(value)); }
 };
 
+// A value of the type as such; `get` assigns it to the one at `to`.
+struct ConstantInfo {
+    std::string_view name;
+    const ValueInfo* type;
+    void (*get)(void* to);
+};
+
 // A collection inside of a value. The value of a member is null for a set.
 struct CollectionInfo {
     const ValueInfo* key;
@@ -61,7 +68,8 @@ struct ValueInfo {
     std::uint32_t alignment;
     // Of a value type that has fields; those of one with a text of its own are seen too.
     std::span<const FieldInfo> fields;
-    // Functions of the type, by name, numbered behind the fields.
+    // Numbered behind the fields: constants, then functions, of which only names are known.
+    std::span<const ConstantInfo> constants;
     std::span<const std::string_view> functions;
     std::span<const describe::Enumerator> enumerators;
     const CollectionInfo* collection;

@@ -160,12 +160,16 @@ inline constexpr const ValueInfo& valueInfo = ValueInfoOf<T>::info;
 namespace detail {
 
 template <class T>
-struct FieldsOf {
+struct MembersOf {
     static constexpr std::array<FieldInfo, 0> fields{};
+    static constexpr std::array<ConstantInfo, 0> constants{};
     static constexpr std::array<std::string_view, 0> functions{};
 };
 template <describe::Value T>
-struct FieldsOf<T> {
+struct MembersOf<T> {
+    using Kind = describe::MemberKind;
+    using Schema = decltype(T::schema());
+
     template <class F>
     static constexpr FieldInfo fieldInfo(const F& field) {
         return {
@@ -175,18 +179,32 @@ struct FieldsOf<T> {
             },
             &valueInfo<typename F::Value>};
     }
+    template <class C>
+    static constexpr ConstantInfo constantInfo(const C& constant) {
+        using V = typename C::Value;
+        // V may be T itself, whose table is being made: valueInfo<V> is no constant yet.
+        return {constant.name, &ValueInfoOf<V>::info, [](void* to) {
+                    *static_cast<V*>(to) = C::function();
+                }};
+    }
     static constexpr auto fields = [] {
-        std::array<FieldInfo, decltype(T::schema())::fields> infos{};
+        std::array<FieldInfo, describe::fieldsIn<T>> infos{};
         std::size_t at = 0;
         describe::schemaOf<T>.forEach(
             [&](const auto& field) { infos[at++] = fieldInfo(field); });
         return infos;
     }();
-    static constexpr auto functions = [] {
-        using Schema = decltype(T::schema());
-        std::array<std::string_view, Schema::size - Schema::fields> names{};
+    static constexpr auto constants = [] {
+        std::array<ConstantInfo, Schema::template count<Kind::constant>> infos{};
         std::size_t at = 0;
-        describe::schemaOf<T>.forEachFunction(
+        describe::schemaOf<T>.template forEachOf<Kind::constant>(
+            [&](const auto& constant) { infos[at++] = constantInfo(constant); });
+        return infos;
+    }();
+    static constexpr auto functions = [] {
+        std::array<std::string_view, Schema::template count<Kind::function>> names{};
+        std::size_t at = 0;
+        describe::schemaOf<T>.template forEachOf<Kind::function>(
             [&](const auto& function) { names[at++] = function.name; });
         return names;
     }();
@@ -300,8 +318,9 @@ struct ValueInfoOf {
         .kind = detail::kindOf<T>(),
         .size = sizeof(T),
         .alignment = alignof(T),
-        .fields = detail::FieldsOf<T>::fields,
-        .functions = detail::FieldsOf<T>::functions,
+        .fields = detail::MembersOf<T>::fields,
+        .constants = detail::MembersOf<T>::constants,
+        .functions = detail::MembersOf<T>::functions,
         .enumerators = detail::EnumeratorsOf<T>::all,
         .collection = detail::collectionInfo<T>,
         .construct =

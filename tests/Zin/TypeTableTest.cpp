@@ -181,11 +181,13 @@ void addLines(Lines& lines, const Zin::ValueInfo& type, std::size_t record) {
     }
     const bool ownText = type.kind == Zin::ValueKind::text;
     const int flags = (type.hash ? 2 : 0) + (type.less ? 4 : 0) + (ownText ? 8 : 0);
-    lines.push_back(lineOf(0x21, type.name, flags, -1, 0));
+    lines.push_back(lineOf(0x21, type.name, flags, -1, type.fields.size()));
     std::uint32_t id = 2;
-    for (const Zin::FieldInfo& f : type.fields) {
-        lines.push_back(lineOf(id++, 0, 0x2c, 1, f.name, numbered(f.type), -1, 0, 0, ""));
-    }
+    const auto addConstant = [&](const auto& c) {
+        lines.push_back(lineOf(id++, 0, 0x2c, 1, c.name, numbered(c.type), -1, 0, 0, ""));
+    };
+    for (const Zin::FieldInfo& field : type.fields) addConstant(field);
+    for (const Zin::ConstantInfo& constant : type.constants) addConstant(constant);
     for (const auto name : type.functions) lines.push_back(functionLine(id++, name));
 }
 

@@ -1,4 +1,4 @@
-// EXPECT: The functions of a value type are listed behind its fields.
+// EXPECT: A value type lists its fields first, then its constants, then its functions.
 #include "Zin/Value.h"
 
 class Span : public Zin::Value<Span> {

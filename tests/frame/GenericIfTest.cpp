@@ -173,6 +173,16 @@ void checkSingle(Subject& subject, laws::Random& random) {
     }
 }
 
+// Of a default argument: functions may refuse others.
+void checkFunctionOfOne(Subject& subject) {
+    const Any argument(*subject.of.key);
+    Any result(*subject.of.value);
+    EXPECT_EQ(subject.operate(get, result.get(), argument.get()), Status::done);
+    subject.needs(get, nullptr, argument.get(), nullptr);
+    subject.needs(get, result.get(), nullptr, nullptr);
+    subject.refuses({set, del, members, version, contains});
+}
+
 void checkSingleton(Subject& subject) {
     subject.refuses({members, version, contains});
     subject.needs(set, nullptr, nullptr, nullptr);
@@ -379,6 +389,8 @@ TEST(GenericIf, EveryAttributeOfEveryTypeFollowsItsModel) {
                 checkSingleton(subject);
             } else if (attribute.kind == AttributeKind::reference) {
                 checkReference(subject);
+            } else if (attribute.value && attribute.key) {
+                checkFunctionOfOne(subject);
             } else if (attribute.value) {
                 checkSingle(subject, random);
             } else {
@@ -476,6 +488,42 @@ TEST(GenericIf, EntitiesAreMadeOfTheirArgumentsAndOfNothingLess) {
 
 using namespace Zin::GenericIfImpl;
 
+// Fields and constants are read by their ids, and written by none.
+void checkMembers(const ValueInfo& type, const Any& value) {
+    const Zin::ZinTypeBase handle = Zin::typeNamed(type.name);
+    std::uint32_t id = 2;
+    const auto operate = [&](void* result, const void* object, AttributeOp op) {
+        return attributeOp(type, result, object, ZinAttr::of(handle, id), op);
+    };
+    const auto check = [&](const void* object, const Any& due) {
+        Any read(*due.type());
+        EXPECT_THROW(operate(nullptr, object, get), Null);
+        EXPECT_EQ(operate(read.get(), object, get), Status::done);
+        EXPECT_EQ(read, due);
+        for (const AttributeOp op : {set, del, members, version, contains, AttributeOp(6)}) {
+            EXPECT_EQ(operate(read.get(), object, op), Status::unsupported);
+        }
+        EXPECT_EQ(read, due);
+    };
+    for (const Zin::FieldInfo& field : type.fields) {
+        check(value.get(), Any(*field.type, field.in(value.get())));
+        EXPECT_THROW(operate(Any(*field.type).get(), nullptr, get), Null);
+        ++id;
+    }
+    for (const Zin::ConstantInfo& constant : type.constants) {
+        Any due(*constant.type);
+        constant.get(due.get());
+        check(nullptr, due);
+        ++id;
+    }
+    std::uint64_t result[64] = {};
+    for (std::size_t left = type.functions.size(); left != 0; --left, ++id) {
+        EXPECT_EQ(operate(result, value.get(), get), Status::unsupported);
+    }
+    EXPECT_EQ(operate(result, value.get(), get), Status::unknownAttribute);
+    EXPECT_EQ(attributeOp(type, result, value.get(), ZinAttr(), get), Status::unknownAttribute);
+}
+
 TEST(GenericIfValues, FollowTheirTables) {
     laws::Random random(8);
     const auto types = valueTypes();
@@ -505,6 +553,18 @@ TEST(GenericIfValues, FollowTheirTables) {
             EXPECT_THROW(hash(*type, nullptr, handle), Null);
         } else {
             EXPECT_THROW(hash(*type, value.get(), handle), Zin::UnhashableException);
+        }
+        checkMembers(*type, value);
+        EXPECT_EQ(nonempty(*type, value.get(), handle), !(value == Any(*type)));
+        EXPECT_FALSE(nonempty(*type, Any(*type).get(), handle));
+        const Any greater = randomAny(*type, random);
+        bool isLess = true;
+        if (type->less) {
+            EXPECT_EQ(less(*type, &isLess, value.get(), greater.get(), handle), Status::done);
+            EXPECT_EQ(isLess, type->less(value.get(), greater.get()));
+            EXPECT_THROW(less(*type, &isLess, value.get(), nullptr, handle), Null);
+        } else {
+            EXPECT_EQ(less(*type, nullptr, nullptr, nullptr, handle), Status::unsupported);
         }
         const Zin::String text = strRep(*type, value.get(), handle);
         EXPECT_EQ(text, value.text());
@@ -550,6 +610,26 @@ TEST(GenericIfValues, TypedMethodsAnswerForTheirType) {
     EXPECT_EQ(
         Methods::genericIfStrRep(memory, none),
         "Value('Lab::Reagent', ** {'name': 'salt', 'grams': 5, 'colour': red})");
+    EXPECT_TRUE(Methods::genericIfNonempty(memory, none));
+    // The constants stand behind three fields.
+    Lab::Reagent water;
+    std::int32_t most = 0;
+    const auto read = [&](std::uint32_t id, void* to) {
+        Methods::genericIfAttributeOp(
+            to,
+            nullptr,
+            ZinAttr::of(none, id),
+            get,
+            nullptr,
+            nullptr);
+    };
+    read(5, &water);
+    read(6, &most);
+    EXPECT_EQ(water, Lab::Reagent("water", 1000));
+    EXPECT_EQ(most, 5000);
+    bool isLess = false;
+    EXPECT_EQ(Methods::genericIfLess(&isLess, memory, &water, none), Status::done);
+    EXPECT_TRUE(isLess);
     Methods::genericIfDestruct(memory);
 
     const Unhashed value;

@@ -91,6 +91,7 @@ struct Recording {
         };
         const auto mirror = Lab::Bench::BenchIs("bench");
         link.end(1).mount("bench", mirror);
+        link.end(1).barrier(1);
         EXPECT_TRUE(link.settle(chunkSize));
         mirror->wideIs(77);
         mirror->readingDel(8);
@@ -98,7 +99,6 @@ struct Recording {
         mirror->rackDel("rack");
         mirror->spareIs("spare")->massIs(9);
         EXPECT_TRUE(link.settle(chunkSize));
-        link.end(1).barrier(1);
         owner->labelIs("another");
         EXPECT_TRUE(link.settle(chunkSize));
         EXPECT_EQ(difference(dump(*owner), dump(*mirror)), "");
@@ -110,6 +110,16 @@ const Recording& recorded() {
     return recording;
 }
 
+// Mounts, and says as many messages as the recorded mirror did, some of which its owner
+// confirms.
+void mountLikeRecorded(Connection& connection, const Zin::Ptr<Lab::Bench>& mirror) {
+    connection.mount("bench", mirror);
+    for (int i = 0; i < 16; ++i) {
+        connection.mount("elsewhere");
+        connection.unmount("elsewhere");
+    }
+}
+
 // One end that is fed by hand: the owner of a bench, or its mirror. A healthy peer mirrors the
 // owner at the same time.
 struct Victim {
@@ -117,7 +127,7 @@ struct Victim {
         : entity(side == 0 ? bench() : Lab::Bench::BenchIs("bench")) {
         if (side == 0) exports.exportIs("bench", entity, Access::readWrite);
         connection = std::make_unique<Connection>(exports, quiet);
-        if (side == 1) connection->mount("bench", entity);
+        if (side == 1) mountLikeRecorded(*connection, entity);
         connection->consumed(connection->produce(chunkSize).size());
         if (side == 1) return;
         healthy = Lab::Bench::BenchIs("bench");
@@ -309,7 +319,7 @@ TEST(HostileBytes, FaultsAreTold) {
         {{}, crowded, StreamErrorKind::malformed},
         {{hello}, hello, StreamErrorKind::outOfOrder},
         {{hello}, endless, StreamErrorKind::oversized},
-        {{hello}, message(static_cast<MessageId>(17)), StreamErrorKind::unknownMessage},
+        {{hello}, message(static_cast<MessageId>(20)), StreamErrorKind::unknownMessage},
         {{hello}, message(static_cast<MessageId>(257)), StreamErrorKind::unknownMessage},
         {{hello}, message(static_cast<MessageId>(258), true), StreamErrorKind::outOfOrder},
         {{hello}, select, StreamErrorKind::unknownName},
@@ -337,6 +347,12 @@ TEST(HostileBytes, FaultsAreTold) {
         {{hello, mount, select},
          message(MessageId::transaction, 269u, std::uint8_t{2}),
          StreamErrorKind::malformed},
+        {{hello, mount, select},
+         message(MessageId::transaction, 269u, std::uint8_t{0}),
+         StreamErrorKind::outOfOrder},
+        {{hello}, message(MessageId::heard, std::uint64_t{0}), StreamErrorKind::outOfOrder},
+        {{hello}, message(MessageId::settled), StreamErrorKind::outOfOrder},
+        {{hello}, message(MessageId::heard, std::uint64_t{99}), StreamErrorKind::outOfOrder},
         {{hello, mount, select},
          message(MessageId::refresh, 262u),
          StreamErrorKind::unknownName},
@@ -478,7 +494,7 @@ TEST(HostileBytes, AnotherBuildIsSkippedWhereItIsUnknown) {
     Exports none;
     Connection connection(none, observer);
     const auto mirror = Lab::Bench::BenchIs("bench");
-    connection.mount("bench", mirror);
+    mountLikeRecorded(connection, mirror);
     connection.feed(stream);
     ASSERT_EQ(connection.error(), nullptr) << connection.error()->text;
     EXPECT_EQ(observer.skipped, std::vector<std::string>{"Lab::Bench has no attribute 400"});

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "Zin/AllocTrack.h"
+#include "support/LabTypes.h"
 #include "support/RootTypes.h"
 #include "support/Simulator.h"
 
@@ -118,6 +119,7 @@ TEST(Simulation, ReactorsThatThrowKeepNothingFromBeingApplied) {
         pair.link.reset();
         laws::Random random(2);
         for (int i = 0; i < 400; ++i) type.step(*(i % 2 ? pair.owner : pair.mirror), random);
+        const auto owned = dump(*pair.owner);
         std::vector<std::unique_ptr<Thrower>> throwers;
         for (const auto& entity : tree(pair.mirror)) {
             throwers.push_back(std::make_unique<Thrower>(*entity));
@@ -126,7 +128,8 @@ TEST(Simulation, ReactorsThatThrowKeepNothingFromBeingApplied) {
         pair.link->end(1).mount("e", pair.mirror);
         ASSERT_TRUE(pair.link->settle());
         EXPECT_EQ(pair.link->fault(), "");
-        EXPECT_EQ(difference(dump(*pair.owner), dump(*pair.mirror)), "");
+        EXPECT_EQ(difference(owned, dump(*pair.mirror)), "");
+        EXPECT_EQ(difference(owned, dump(*pair.owner)), "");
     }
 }
 
@@ -145,6 +148,74 @@ TEST(Simulation, DeletedChildrenDie) {
         }
         EXPECT_EQ(trackedBytes(), before);
     }
+}
+
+// What only a mirror writes is what both sides hold in the end, children and their children
+// too, whatever the owner said while it had not heard of them.
+TEST(Simulation, NothingIsLostOfWhatAMirrorWritesAlone) {
+    for (const EntityType& type : rootTypes) {
+        for (const std::size_t highWater : {1024, 256 << 10}) {
+            Pair pair(type, Access::readWrite, highWater);
+            laws::Random random(highWater);
+            for (int round = 0; round < 40; ++round) {
+                for (auto left = laws::below(random, 40); left > 0; --left) {
+                    type.step(*pair.mirror, random);
+                    if (left % 4 == 0) {
+                        pair.link->send(1, 600);
+                        pair.link->deliver(1, 600);
+                        pair.link->send(0, 200);
+                    }
+                }
+                const auto written = dump(*pair.mirror);
+                ASSERT_TRUE(pair.link->settle());
+                ASSERT_EQ(pair.link->fault(), "");
+                ASSERT_EQ(difference(written, dump(*pair.owner)), "");
+                ASSERT_EQ(difference(written, dump(*pair.mirror)), "");
+            }
+        }
+    }
+}
+
+// A barrier of a mirror that made children is reached when the owner holds what is in them.
+TEST(Simulation, ABarrierStandsBehindWhatIsInNewChildren) {
+    struct Reached : Observer {
+        void onBarrierReached(std::uint64_t) override { state = dump(*owner); }
+        Zin::Ptr<Zin::Entity> owner;
+        std::optional<State> state;
+    } reached;
+    Exports exports;
+    Exports none;
+    Observer quiet;
+    const auto owner = Lab::Bench::BenchIs("e");
+    reached.owner = owner;
+    exports.exportIs("e", owner, Access::readWrite);
+    Link link(exports, quiet, none, reached);
+    const auto mirror = Lab::Bench::BenchIs("e");
+    link.end(1).mount("e", mirror);
+    ASSERT_TRUE(link.settle());
+    mirror->rackIs("r", true)->slotIs("s")->sampleIs("a")->markIs("m");
+    link.end(1).barrier(1);
+    ASSERT_TRUE(link.settle());
+    ASSERT_TRUE(reached.state);
+    EXPECT_EQ(difference(dump(*mirror), *reached.state), "");
+}
+
+// A mirror makes what its owner has made meanwhile: the defaults of the one do not hide what
+// was set on the other.
+TEST(Simulation, AChildThatBothSidesMadeHoldsWhatBothWrote) {
+    Pair pair(rootTypes[0], Access::readWrite);
+    auto& owned = static_cast<Lab::Bench&>(*pair.owner);
+    auto& mirrored = static_cast<Lab::Bench&>(*pair.mirror);
+    owned.rackIs("r", true)->heightIs(7);
+    owned.rackIs("r", true)->slotIs("s")->sampleIs("a")->markIs("owner");
+    mirrored.rackIs("r", true)->slotIs("s")->sampleIs("a")->markIs("mirror");
+    mirrored.rackIs("r", true)->spareIs("spare")->massIs(9);
+    ASSERT_TRUE(pair.link->settle());
+    EXPECT_EQ(difference(dump(owned), dump(mirrored)), "");
+    const auto rack = mirrored.rackIs("r", true);
+    EXPECT_EQ(rack->height(), 7u);
+    EXPECT_EQ(rack->slotIs("s")->sampleIs("a")->mark().members(), 2u);
+    EXPECT_EQ(rack->spareIs("spare")->mass(), 9u);
 }
 
 // A read-only mirror that is written again and again while its owner does not read.

@@ -8,6 +8,7 @@
 
 #include "Bridging/VlanId.h"
 #include "Pseudowire/PseudowireLdpKey.h"
+#include "Pseudowire/PwPseudowireUserKey.h"
 #include "Quib/Tristate.h"
 #include "Vorn/EthAddr.h"
 #include "Vorn/IntfId.h"
@@ -76,5 +77,13 @@ template <>
 inline constexpr bool oneTextPerValue<Vorn::EthAddr> = false;
 template <>
 inline constexpr bool oneTextPerValue<Pseudowire::PseudowireLdpKey> = false;
+
+// The family of the peer's address is not hashed.
+template <>
+inline bool mayHashAlike(
+    const Pseudowire::PseudowireUserKey& a,
+    const Pseudowire::PseudowireUserKey& b) {
+    return a.peerAddr().address() == b.peerAddr().address();
+}
 
 }  // namespace laws

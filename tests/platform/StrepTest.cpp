@@ -10,6 +10,7 @@
 #include "Pseudowire/PseudowireConnectorStatus.h"
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
 #include "Pseudowire/PseudowireOxoTypes.h"
+#include "Pseudowire/PwPseudowireUserKey.h"
 #include "Pseudowire/VidNormalization.h"
 #include "Pseudowire/VplsConfig.h"
 #include "Tunnel/TunnelTable/TunnelId.h"
@@ -75,6 +76,7 @@ TEST(Enumerations, AllHaveTheirFamily) {
         PseudowireConnectorStatus,
         PseudowireLdpStatusFlag,
         PseudowireType,
+        PseudowireUserKey::UserType,
         QosMapType,
         VccvCcType,
         VccvCvType,

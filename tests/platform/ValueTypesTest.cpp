@@ -15,11 +15,14 @@
 #include "Pseudowire/ConnectorKey.h"
 #include "Pseudowire/Dot1qTagOperation.h"
 #include "Pseudowire/FlowLabelType.h"
+#include "Pseudowire/PatchEncap.h"
 #include "Pseudowire/PseudowireConnectorStatus.h"
 #include "Pseudowire/PseudowireLdpKey.h"
 #include "Pseudowire/PseudowireLdpStatusFlags.h"
 #include "Pseudowire/PseudowireType.h"
 #include "Pseudowire/PwEncap.h"
+#include "Pseudowire/PwPseudowireUserKey.h"
+#include "Pseudowire/PwRemoteConnector.h"
 #include "Pseudowire/QosMap.h"
 #include "Pseudowire/TimeRange.h"
 #include "Pseudowire/Vccv.h"
@@ -71,6 +74,11 @@ using ValueTypes = testing::Types<
     Pseudowire::PwEncapAdjacency,
     Pseudowire::EncapMapAndRewrite,
     Pseudowire::IntfIdDot1qEncap,
+    Pseudowire::ConnectorPatchInfo,
+    Pseudowire::PatchEncapAndOp,
+    Pseudowire::PseudowireUserKey,
+    Pseudowire::PseudowirePeerAttributeStatus,
+    Pseudowire::PseudowireAttributeStatus,
     Pseudowire::VplsLdpPseudowireConfig,
     Pseudowire::VplsVlanConfig,
     Pseudowire::VplsForwardingStatusPseudowire,

@@ -42,11 +42,16 @@ class Reagent : public Zin::Value<Reagent> {
             "Lab::Reagent",
             describe::field<&Reagent::name_>("name"),
             describe::field<&Reagent::grams_>("grams"),
-            describe::field<&Reagent::colour_>("colour"));
+            describe::field<&Reagent::colour_>("colour"),
+            describe::constant<&Reagent::water>("water"),
+            describe::constant<&Reagent::mostGrams>("mostGrams"),
+            describe::function<&Reagent::toStrep>("toStrep"));
     }
 
     Reagent() = default;
     Reagent(const Zin::String& name, std::int32_t grams) : name_(name), grams_(grams) {}
+    static Reagent water() { return {"water", 1000}; }
+    static std::int32_t mostGrams() { return 5000; }
     Reagent(Zin::String::IteratorConst& it, const Zin::String::IteratorConst& end)
         : Reagent(Zin::parsed<Reagent>(it, end)) {}
 
@@ -272,6 +277,8 @@ class Bench final : public frame::EntityOf<Bench> {
     void reagentIs(const Reagent& reagent) { memberIs<&Bench::reagent_>(reagent); }
     void reagentDel(const Zin::String& name) { memberDel<&Bench::reagent_>(name); }
     void tagIs(std::uint32_t tag) { memberIs<&Bench::tag_>(tag); }
+    const auto& mixture() const { return mixture_; }
+    Mixture mixture(const Zin::String& name) const { return memberOf<&Bench::mixture_>(name); }
     void mixtureIs(const Zin::String& name, const Mixture& mixture) {
         memberIs<&Bench::mixture_>(name, mixture);
     }

@@ -12,6 +12,7 @@
 #include "Zin/Exceptions.h"
 #include "frame/TypeImpl.h"
 #include "laws/RandomValue.h"
+#include "support/RootTypes.h"
 
 namespace support {
 
@@ -169,11 +170,6 @@ struct frame::AttributeLogOf<T, support::Mutators> {
 };
 
 namespace support {
-
-struct EntityType {
-    Zin::Ptr<Zin::Entity> (*make)(const Zin::String& name);
-    void (*step)(Zin::Entity& entity, laws::Random& random);
-};
 
 template <class T>
 constexpr EntityType entityType() {

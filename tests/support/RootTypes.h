@@ -1,33 +1,22 @@
 // The entity types that stand at the top of a directory, for whatever is tried with each of
-// them: a type joins by standing here.
+// them: a type joins by standing in RootTypes.cpp.
 
 #pragma once
 
-#include "Pseudowire/PseudowireConfig.h"
-#include "Pseudowire/PseudowireIntfIdMapping.h"
-#include "Pseudowire/PseudowireOxoTypes.h"
-#include "Pseudowire/PseudowireStatus.h"
-#include "Pseudowire/PwRunnability.h"
-#include "Pseudowire/VplsConfig.h"
-#include "Pseudowire/VplsEthIntfStatus.h"
-#include "Pseudowire/VplsForwardingStatus.h"
-#include "laws/RandomPlatformValues.h"
-#include "support/LabTypes.h"
-#include "support/Mutate.h"
+#include <span>
+
+#include "Zin/Entity.h"
+#include "laws/RandomValue.h"
 
 namespace support {
 
-inline constexpr EntityType rootTypes[] = {
-    entityType<Lab::Bench>(),
-    entityType<Pseudowire::Config>(),
-    entityType<Pseudowire::Runnability>(),
-    entityType<Pseudowire::Status>(),
-    entityType<Pseudowire::Dot1qConnectorKeyMap>(),
-    entityType<Pseudowire::PseudowireIntfIdMapping>(),
-    entityType<OxoPw::PwHwStatus>(),
-    entityType<Pseudowire::VplsConfig>(),
-    entityType<Pseudowire::VplsForwardingStatus>(),
-    entityType<Pseudowire::VplsEthIntfStatusDir>(),
+struct EntityType {
+    Zin::Ptr<Zin::Entity> (*make)(const Zin::String& name);
+    // One random change to the entity or to one below it.
+    void (*step)(Zin::Entity& entity, laws::Random& random);
 };
+
+// The first one is Lab::Bench.
+extern const std::span<const EntityType> rootTypes;
 
 }  // namespace support

@@ -15,7 +15,7 @@
 #include "Zin/NboAttrLogConnection.h"
 #include "laws/RandomValue.h"
 #include "support/Dump.h"
-#include "support/Mutate.h"
+#include "support/RootTypes.h"
 
 namespace support {
 

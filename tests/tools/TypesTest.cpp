@@ -37,7 +37,11 @@ TEST(TypesTest, ShowsEveryKindOfAttribute) {
           "    272  racks      function\n",
           "    273  rack       children  Rack by name: Zin::String\n",
           "    275  spare      child     Sample\n",
-          "\n  entity Lab::Rack : Zin::Entity (made with 2 arguments)\n"}) {
+          "\n  entity Lab::Rack : Zin::Entity (made with 2 arguments)\n",
+          "    4  colour     field     Colour\n"
+          "    5  water      constant  Reagent\n"
+          "    6  mostGrams  constant  S32\n"
+          "    7  toStrep    function\n"}) {
         EXPECT_NE(std::string::npos, lab.find(line)) << line << lab;
     }
 }
@@ -67,6 +71,8 @@ TEST(TypesTest, SaysTheSameInJson) {
         R"({"name":"Lab::Colour","kind":"enumeration","base":"U8","flags":[],"enumerators":[)"
         R"({"number":0,"name":"red"},{"number":1,"name":"green"},{"number":7,"name":"violet"}]})",
         types[0].dump());
+    EXPECT_EQ("Lab::Reagent", types[5]["name"]);
+    EXPECT_EQ(3, types[5]["fields"]);
     const auto& bench = types[1];
     EXPECT_EQ(nlohmann::ordered_json({"root"}), bench["flags"]);
     EXPECT_EQ(22U, bench["attributes"].size());

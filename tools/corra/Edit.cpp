@@ -16,23 +16,12 @@ namespace {
 
 using Facts = std::function<std::vector<Fact>()>;
 
-// Brings a change to where it belongs. `facts` tells those that it concerns, `again` makes what
-// is missing of it.
-void commit(
-    Source& source,
-    const std::vector<Fact>& before,
-    const Facts& facts,
-    const std::function<void()>& again,
-    bool quiet) {
+// Brings a change to where it belongs. `facts` tells those that it concerns.
+void commit(Source& source, const std::vector<Fact>& before, const Facts& facts, bool quiet) {
     const std::vector<Fact> asked = facts();
     if (asked == before) return;
-    std::vector<Fact> now = asked;
-    source.commit([&] {
-        now = facts();
-        if (now == asked) return true;
-        again();
-        return false;
-    });
+    source.commit();
+    const std::vector<Fact> now = facts();
     if (now != asked) {
         std::string text = source.place() + ": the owner holds something else now:";
         for (const Change& change : differences(asked, now)) text += "\n  " + textOf(change);
@@ -94,12 +83,7 @@ int edit(const EditOptions& options, const std::function<int(const Located&)>& c
     };
     const std::vector<Fact> before = facts();
     const int status = change(*at);
-    commit(
-        source,
-        before,
-        facts,
-        [] {},
-        options.quiet);
+    commit(source, before, facts, options.quiet);
     return status;
 }
 
@@ -142,20 +126,15 @@ int import(const ImportOptions& options) {
         return factsOf(to.roots());
     };
     const std::vector<Fact> before = facts();
-    const auto makeSame = [&] {
-        for (const auto& [name, root] : from.roots()) {
-            Zin::Ptr<Zin::Entity>& target = to.roots()[name];
-            if (target) {
-                update(*target, *root);
-            } else {
-                target = root;
-            }
+    for (const auto& [name, root] : from.roots()) {
+        Zin::Ptr<Zin::Entity>& target = to.roots()[name];
+        if (target) {
+            update(*target, *root);
+        } else {
+            target = root;
         }
-    };
-    makeSame();
-    // A child that is made in a mirror can be filled when the owner has named it: a round for
-    // each level of children.
-    commit(to, before, facts, makeSame, options.quiet);
+    }
+    commit(to, before, facts, options.quiet);
     return exitGood;
 }
 

@@ -64,6 +64,9 @@ class Server::Peer final : public EventLoop::Source, Zin::NboAttrLog::Observer {
             if (stream_.ready(events)) return true;
             const auto* const error = stream_.connection().error();
             say(name_ + " went" + (error ? ": " + error->text : std::string()));
+        } catch (const Zin::ValueCollectionDefaultKeyException& unsendable) {
+            say(name_ + " is not told of all: " + unsendable.what());
+            return !stream_.connection().closed();
         } catch (const std::exception& failure) {
             say(name_ + " is cut off: " + failure.what());
         }

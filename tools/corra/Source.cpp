@@ -16,8 +16,6 @@ namespace corra {
 
 namespace {
 
-constexpr int mostRounds = 8;
-
 bool isMadeLike(const Zin::Entity& a, const Zin::Entity& b) {
     return a.fwkType() == b.fwkType() && a.name() == b.name() &&
            constructorArgumentsOf(a) == constructorArgumentsOf(b);
@@ -67,12 +65,9 @@ void Source::requireWritable(const Zin::String& root) const {
     }
 }
 
-void Source::commit(const std::function<bool()>& isDone) {
+void Source::commit() {
     if (!live_) return writeFileAtomically(place_, stateText(roots_));
-    for (int round = 0; round < mostRounds; ++round) {
-        live_->settle();
-        if (isDone()) return;
-    }
+    live_->settle();
 }
 
 void Source::reload() {

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -39,11 +38,10 @@ class Source {
 
     // Throws std::runtime_error when what lies under that root cannot be changed here.
     void requireWritable(const Zin::String& root) const;
-    // Brings what was changed in the trees to where they are from. `isDone` is asked when a
-    // live owner has taken it; the trees are what it holds then. It may change them again:
-    // after some rounds without success they stay as they are. When this throws for a file,
-    // that is as it was.
-    void commit(const std::function<bool()>& isDone);
+    // Brings what was changed in the trees to where they are from. Where that is a live owner
+    // the trees are afterwards what it holds then. When this throws for a file, that is as it
+    // was.
+    void commit();
     // Loads the trees again: those that stand under their name and type already are updated.
     // Not for a live owner. Nothing has changed when it throws.
     void reload();

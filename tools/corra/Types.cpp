@@ -96,12 +96,18 @@ std::string_view within(std::string_view user, std::string_view name) {
     return name.empty() ? "?" : name;
 }
 
+// The constants of a value type stand behind its fields.
+bool isField(const TypeTable::Type& type, const TypeTable::Record& record) {
+    return type.kind == TypeKind::value &&
+           record.id - Zin::typeTable::firstFieldId < type.number;
+}
+
 // One word for kind and access.
 std::string_view roleOf(const TypeTable::Type& type, const TypeTable::Record& record) {
     switch (record.access) {
         case Access::constant:
             if (record.kind != RecordKind::single) break;
-            return type.kind == TypeKind::value ? "field" : "constant";
+            return isField(type, record) ? "field" : "constant";
         case Access::writable:
             if (record.kind == RecordKind::single) return "value";
             if (record.kind != RecordKind::collection) break;
@@ -232,6 +238,7 @@ Json jsonOfTypes(std::string_view module, const TypeTable& table) {
             {"base", nameOrNull(table.typeName(type.base))},
             {"flags", flagsOf(type)}};
         if (type.kind == TypeKind::entity) object["constructorArguments"] = type.number;
+        if (type.kind == TypeKind::value) object["fields"] = type.number;
         Json& records =
             object[type.kind == TypeKind::enumeration ? "enumerators" : "attributes"];
         records = Json::array();
