@@ -52,7 +52,7 @@ class ZIN_EXPORT PatchAcSet final : public frame::EntityOf<PatchAcSet>, public Z
         return memberDel<&PatchAcSet::acIntfEncap_>(encap);
     }
     bool acIntfEncapDel(const AcIntfEncapMap::IteratorConst& at) {
-        return acIntfEncapDel(at.key());
+        return memberDel<&PatchAcSet::acIntfEncap_>(at);
     }
     void acIntfEncapDelAll() { membersDelAll<&PatchAcSet::acIntfEncap_>(); }
 

@@ -203,7 +203,7 @@ class ZIN_EXPORT Status final : public frame::EntityOf<Status> {
         return childDel<&Status::patchToAcSet_>(patchName);
     }
     Zin::Ptr<PatchAcSet> patchToAcSetDel(const PatchToAcSetMap::IteratorConst& at) {
-        return patchToAcSetDel(at.key());
+        return childDel<&Status::patchToAcSet_>(at);
     }
     void patchToAcSetDelAll() { childrenDelAll<&Status::patchToAcSet_>(); }
 

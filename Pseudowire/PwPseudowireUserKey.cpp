@@ -4,12 +4,34 @@
 #include "Zin/Hash.h"
 #include "Zin/TypeModule.h"
 
+constinit const Zin::ZinModule _PwPseudowireUserKey_1d4dfff0_zinModule =
+    Zin::moduleOf<Pseudowire::PseudowireUserKey, Pseudowire::PseudowireUserKey::UserType>(
+        "PwPseudowireUserKey");
+
 namespace Pseudowire {
 
+namespace {
+
+const Zin::ModuleRegistration registration(&_PwPseudowireUserKey_1d4dfff0_zinModule);
+
+// Reported in the same words whatever compiler built this and wherever it stands.
+[[noreturn]] void failed(const char* condition, int line, const char* function) {
+    Zin::assertionFailed(condition, "/src/Pseudowire/PwPseudowireUserKey", line, function);
+}
+
+constexpr const char* fromConnectorKeyText =
+    "static Pseudowire::PseudowireUserKey Pseudowire::PseudowireUserKey::fromConnectorKey("
+    "const Pseudowire::ConnectorKey&)";
+
+}  // namespace
+
 PseudowireUserKey PseudowireUserKey::fromConnectorKey(const ConnectorKey& connectorKey) {
-    // clang-format off
-    ZIN_ASSERT(connectorKey.connectorType() != ConnectorType::local_, "PwPseudowireUserKey");
-    // clang-format on
+    if (connectorKey.connectorType() == ConnectorType::local_) {
+        failed(
+            "connectorKey.connectorType() != ConnectorType::local_",
+            11,
+            fromConnectorKeyText);
+    }
     switch (connectorKey.connectorType()) {
         case ConnectorType::ldp:
             return {UserType::patchLdpConnector, connectorKey.name(), {}, {}};
@@ -21,7 +43,7 @@ PseudowireUserKey PseudowireUserKey::fromConnectorKey(const ConnectorKey& connec
                 {}};
         default:
             // A kind that only a newer build knows.
-            Zin::assertionFailed("false", "PwPseudowireUserKey", __LINE__, __PRETTY_FUNCTION__);
+            failed("false", 24, fromConnectorKeyText);
     }
 }
 
@@ -40,7 +62,10 @@ ConnectorKey PseudowireUserKey::connectorKey() const {
         case UserType::vplsLdpProfileAndPeer:
             break;
     }
-    Zin::assertionFailed("false", "PwPseudowireUserKey", __LINE__, __PRETTY_FUNCTION__);
+    failed(
+        "false",
+        43,
+        "Pseudowire::ConnectorKey Pseudowire::PseudowireUserKey::connectorKey() const");
 }
 
 // Of a type that only a newer build knows it cannot be told: a peer may send one, since what it
@@ -56,7 +81,7 @@ bool PseudowireUserKey::isPatch() const {
         case UserType::vplsLdpProfileAndPeer:
             return false;
     }
-    Zin::assertionFailed("false", "PwPseudowireUserKey", __LINE__, __PRETTY_FUNCTION__);
+    failed("false", 59, "bool Pseudowire::PseudowireUserKey::isPatch() const");
 }
 
 std::uint32_t PseudowireUserKey::hash(std::uint32_t seed) const {
@@ -92,13 +117,3 @@ Zin::EnumType UserTypeInstance(const Zin::String& name) {
 }
 
 }  // namespace Pseudowire
-
-constinit const Zin::ZinModule _PwPseudowireUserKey_1d4dfff0_zinModule =
-    Zin::moduleOf<Pseudowire::PseudowireUserKey, Pseudowire::PseudowireUserKey::UserType>(
-        "PwPseudowireUserKey");
-
-namespace {
-
-const Zin::ModuleRegistration registration(&_PwPseudowireUserKey_1d4dfff0_zinModule);
-
-}  // namespace

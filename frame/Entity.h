@@ -170,6 +170,20 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         }
     }
 
+    // The member on which the iterator stands. One that has gone stays gone: another that came
+    // under its key is left alone.
+    // REQUIRES: the iterator is over this collection, and not behind its last member.
+    template <auto member>
+    auto memberDel(const typename describe::ValueOf<member>::IteratorConst& at) {
+        using C = describe::ValueOf<member>;
+        const bool gone = at.markedForDeletion();
+        if constexpr (SetCollection<C>) {
+            if (!gone) memberDel<member>(at.key());
+        } else {
+            return gone ? typename C::Value{} : memberDel<member>(at.key());
+        }
+    }
+
     template <auto member>
     void membersDelAll() {
         auto& collection = self().*member;
@@ -232,6 +246,13 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         return removed;
     }
 
+    // The child on which the iterator stands, as memberDel() does; null when it has gone.
+    template <auto member>
+    auto childDel(const typename describe::ValueOf<member>::IteratorConst& at) {
+        using Child = ChildOf<describe::ValueOf<member>>;
+        return at.markedForDeletion() ? Zin::Ptr<Child>() : childDel<member>(at.key());
+    }
+
     template <auto member>
     void childrenDelAll() {
         const Zin::Ptr<Zin::Entity> guard(this);
@@ -291,7 +312,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
                     try {
                         this->template childDel<A::member>(it.key());
                     } catch (...) {
-                        if (collection.has(it.key())) throw;
+                        if (collection.has(it.key())) releaseChildren<A>();
                     }
                 }
             } else if constexpr (A::kind == AttributeKind::singleton) {
@@ -301,6 +322,25 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
                 }
             }
         });
+    }
+
+    // There is no memory to take children out one by one: all leave at once, and reactors hear
+    // of each behind that.
+    template <class A>
+    void releaseChildren() noexcept {
+        using C = typename A::Value;
+        const C released(std::exchange(self().*A::member, C()));
+        for (const auto& node : released) {
+            try {
+                linkTo(childOf<C>(node), nullptr);
+            } catch (...) {
+            }
+            try {
+                const typename C::Key& key = keyOfChild<C>(node);
+                notify(A::id, &key);
+            } catch (...) {
+            }
+        }
     }
 
     // Compares the arguments beyond the key with those that the child was made with.

@@ -67,17 +67,22 @@ TEST(PseudowireUserKey, OnlyUsersOfPatchesHaveConnectors) {
     };
     const bool isPatch[] = {true, true, false, false};
     for (unsigned type = 0; type < 4; ++type) EXPECT_EQ(user(type).isPatch(), isPatch[type]);
-    EXPECT_DEATH(user(4).isPatch(), "failed: false .PwPseudowireUserKey:59, .*isPatch");
+    EXPECT_DEATH(
+        user(4).isPatch(),
+        "failed: false ./src/Pseudowire/PwPseudowireUserKey:59, .*isPatch");
     for (const unsigned type : {2u, 3u, 4u}) {
-        EXPECT_DEATH(user(type).connectorKey(), "false .PwPseudowireUserKey:43, .*connectorK");
+        EXPECT_DEATH(
+            user(type).connectorKey(),
+            "false ./src/Pseudowire/PwPseudowireUserKey:43, .*connectorK");
     }
     EXPECT_DEATH(
         PseudowireUserKey::fromConnectorKey(ConnectorKey()),
-        "connectorKey.connectorType\\(\\) != ConnectorType::local_ .PwPseudowireUserKey:11, ");
+        "connectorKey.connectorType\\(\\) != ConnectorType::local_ "
+        "./src/Pseudowire/PwPseudowireUserKey:11, ");
     const ConnectorKey unknown(static_cast<ConnectorType>(3), "n", {}, {});
     EXPECT_DEATH(
         PseudowireUserKey::fromConnectorKey(unknown),
-        "false .PwPseudowireUserKey:24, ");
+        "false ./src/Pseudowire/PwPseudowireUserKey:24, ");
 }
 
 TEST(PseudowireUserKey, HasAShortFormWithoutQuotes) {

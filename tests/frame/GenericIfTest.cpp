@@ -46,6 +46,13 @@ void randomise(const ValueInfo& type, void* value, laws::Random& random) {
     for (const Zin::FieldInfo& field : type.fields) {
         randomise(*field.type, field.mutableIn(value), random);
     }
+    if (type.kind == ValueKind::text) {
+        // Fields that depend on each other become those of the text.
+        try {
+            type.assign(value, Any::fromText(type, Any(type, value).text()).get());
+        } catch (const Exception&) {
+        }
+    }
     if (!type.fields.empty() || type.kind == ValueKind::collection) return;
     const auto set = [&]<class T>(T) {
         *static_cast<T*>(value) = laws::randomValue<T>(random);

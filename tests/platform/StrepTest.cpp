@@ -11,6 +11,7 @@
 #include "Pseudowire/PseudowireOxoTypes.h"
 #include "Pseudowire/PwPseudowireUserKey.h"
 #include "Pseudowire/VidNormalization.h"
+#include "Pseudowire/VplsConfig.h"
 #include "Tunnel/TunnelTable/TunnelId.h"
 #include "Zin/Format.h"
 #include "Zin/Strep.h"
@@ -79,6 +80,7 @@ TEST(Enumerations, AllHaveTheirFamily) {
         VccvCcType,
         VccvCvType,
         OxoPw::UnprogrammedReason,
+        VplsLdpPseudowireGroupConfig::MacWithdrawalPropagation,
         Tunnel::TunnelTable::TunnelType,
         Lab::Colour>();
     Zin::forEachModule([&](const Zin::ZinModule& module) {

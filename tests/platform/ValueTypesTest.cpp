@@ -26,6 +26,8 @@
 #include "Pseudowire/TimeRange.h"
 #include "Pseudowire/Vccv.h"
 #include "Pseudowire/VidNormalization.h"
+#include "Pseudowire/VplsConfig.h"
+#include "Pseudowire/VplsForwardingStatus.h"
 #include "Quib/Tristate.h"
 #include "Routing/Rib/ResolutionRibProfileConfig.h"
 #include "Tunnel/TunnelTable/TunnelId.h"
@@ -73,7 +75,11 @@ using ValueTypes = testing::Types<
     Pseudowire::PatchEncapAndOp,
     Pseudowire::PseudowireUserKey,
     Pseudowire::PseudowirePeerAttributeStatus,
-    Pseudowire::PseudowireAttributeStatus>;
+    Pseudowire::PseudowireAttributeStatus,
+    Pseudowire::VplsLdpPseudowireConfig,
+    Pseudowire::VplsVlanConfig,
+    Pseudowire::VplsForwardingStatusPseudowire,
+    Pseudowire::VplsForwardingStatusVlan>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, ValueLaws, ValueTypes);
 
 // Peers count on these.
@@ -93,6 +99,10 @@ TEST(ValueTypes, TakeTheBytesThatPeersExpect) {
     EXPECT_EQ(size(Pseudowire::VccvCcTypes()), 1u);
     EXPECT_EQ(size(Pseudowire::FlowLabelType()), 2u);
     EXPECT_EQ(size(Pseudowire::PseudowireLdpStatusFlags()), 4u);
+    EXPECT_EQ(size(Pseudowire::VplsLdpPseudowireConfig()), 7u);
+    EXPECT_EQ(size(Pseudowire::VplsLdpPseudowireConfig("pw1", true, 10)), 10u);
+    EXPECT_EQ(size(Pseudowire::VplsVlanConfig()), 5u);
+    EXPECT_EQ(size(Pseudowire::VplsForwardingStatusPseudowire()), 25u);
 }
 
 // Why a text is refused: where, or for its range.

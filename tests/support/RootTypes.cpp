@@ -8,6 +8,8 @@
 #include "Pseudowire/PwLabelBinding.h"
 #include "Pseudowire/PwRemoteConnector.h"
 #include "Pseudowire/PwRunnability.h"
+#include "Pseudowire/VplsConfig.h"
+#include "Pseudowire/VplsForwardingStatus.h"
 #include "laws/RandomPlatformValues.h"
 #include "support/LabTypes.h"
 #include "support/Mutate.h"
@@ -27,6 +29,8 @@ constexpr EntityType types[] = {
     entityType<Pseudowire::PatchPanel>(),
     entityType<Pseudowire::LabelBindingColl>(),
     entityType<Pseudowire::PseudowireAttributeStatusColl>(),
+    entityType<Pseudowire::VplsConfig>(),
+    entityType<Pseudowire::VplsForwardingStatus>(),
 };
 
 }  // namespace

@@ -22,16 +22,18 @@ namespace corra::test {
 
 inline constexpr std::chrono::seconds hangGuard(60);
 
-// A run of the tool, of which the standard output is read. What it says on standard error is
-// appended to the file $CORRA_TEST_ERRORS.
+// A run of the tool, or of another program, of which the standard output is read. What it says
+// on standard error is appended to the file $CORRA_TEST_ERRORS.
 class Tool {
   public:
-    explicit Tool(const std::vector<std::string>& arguments) {
+    explicit Tool(
+        const std::vector<std::string>& arguments,
+        const std::string& program = CORRA_TOOL) {
         Pipe pipe = Pipe::make();
         std::vector<std::string> words{
             "-c",
             R"(exec "$0" "$@" 2>>"$CORRA_TEST_ERRORS")",
-            CORRA_TOOL};
+            program};
         words.insert(words.end(), arguments.begin(), arguments.end());
         process_ = std::make_unique<ChildProcess>("/bin/sh", words, pipe.write.get());
         output_ = std::move(pipe.read);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Pseudowire/PseudowireConfig.h"
+#include "Pseudowire/PseudowireStatus.h"
 #include "Pseudowire/PwRunnability.h"
 #include "corra/Dump.h"
 #include "corra/Watch.h"
@@ -88,6 +89,27 @@ TEST_F(WatchTest, FollowsChildrenAsTheyComeAndGo) {
     config_->patchDel("new");
     config_->patchIs("new");
     EXPECT_EQ((Lines{"- pw.patch['new']", "+ pw.patch['new'] enabled=True"}), told());
+}
+
+// The text of such a value leaves its members out.
+TEST_F(WatchTest, TellsWhatChangesInACollectionInsideOfAValue) {
+    const auto status = Pseudowire::statusFactory("any");
+    const TreeWatcher watcher("status", *status, listener_);
+    Pseudowire::ViaInfo via(Vorn::IntfId::fromStringValue("Pseudowire1"));
+    status->viaInfoIs(via);
+    told();
+    via.localIntfIdIs(Vorn::IntfId::fromStringValue("swp2"));
+    via.localIntfIdIs(Vorn::IntfId::fromStringValue("swp1"));
+    status->viaInfoIs(via);
+    Pseudowire::PwEncapAdjGroup group(Pseudowire::PwAdjGroupId(1));
+    group.pwAdjSetIs({{}, Vorn::MplsLabel(21), false, true});
+    status->adjGroupIs(group);
+    EXPECT_EQ(
+        (Lines{
+            "~ status.viaInfo[Pseudowire1] localIntfId {} -> {swp1, swp2}",
+            "+ status.adjGroup[1] pwAdjSet={tunnelId=none peerLabel=21 flowLabel=False "
+            "controlWord=True}"}),
+        told());
 }
 
 TEST_F(WatchTest, OutlivesWhatItWatches) {

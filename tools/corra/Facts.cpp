@@ -1,16 +1,24 @@
 #include "corra/Facts.h"
 
 #include <map>
+#include <set>
+#include <utility>
 
 namespace corra {
 
 namespace {
+
+std::string textOfCollection(const Zin::ValueInfo& type, const void* value);
 
 void append(
     Fields& fields,
     const std::string& name,
     const Zin::ValueInfo& type,
     const void* value) {
+    if (type.kind == Zin::ValueKind::collection) {
+        fields.push_back({name, textOfCollection(type, value), &type, false});
+        return;
+    }
     if (type.kind != Zin::ValueKind::fields || type.isWrapper()) {
         std::string text;
         Zin::appendText(text, type, value);
@@ -21,6 +29,37 @@ void append(
         const std::string inner = name.empty() ? std::string() : name + '.';
         append(fields, inner + std::string(field.name), *field.type, field.in(value));
     }
+}
+
+std::string inWords(const Zin::ValueInfo& type, const void* value) {
+    Fields fields;
+    append(fields, "", type, value);
+    std::string text;
+    for (const Field& field : fields) {
+        if (!text.empty()) text += ' ';
+        text += (field.name.empty() ? "" : field.name + '=') + field.text;
+    }
+    return text;
+}
+
+// The members, sorted. Its own text would leave them out.
+std::string textOfCollection(const Zin::ValueInfo& type, const void* value) {
+    struct Visited {
+        const Zin::CollectionInfo& info;
+        std::set<std::string> members;
+    } visited{*type.collection, {}};
+    const auto visit = [](void* context, const void* key, const void* member) {
+        auto& [info, members] = *static_cast<Visited*>(context);
+        std::string text = inWords(*info.key, key);
+        if (member) text += " -> " + inWords(*info.value, member);
+        members.insert(std::move(text));
+    };
+    type.collection->forEachMember(value, visit, &visited);
+    std::string text;
+    for (const std::string& member : visited.members) {
+        text += (text.empty() ? "" : ", ") + member;
+    }
+    return '{' + text + '}';
 }
 
 }  // namespace
