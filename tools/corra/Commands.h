@@ -53,6 +53,7 @@ inline constexpr const char* address = "ADDRESS";
 inline constexpr const char* directory = "DIR";
 inline constexpr const char* file = "FILE";
 inline constexpr const char* module = "MODULE";
+inline constexpr const char* name = "NAME";
 inline constexpr const char* path = "PATH";
 inline constexpr const char* seconds = "SECONDS";
 inline constexpr const char* shell = "SHELL";
