@@ -107,6 +107,20 @@ std::set<ConnectorKey> circuitsIn(const WhyState& state) {
     return circuits;
 }
 
+void answerInstance(
+    const Explainer& explainer,
+    std::string_view name,
+    std::vector<Answer>& to) {
+    const auto& vpls = explainer.state().vpls;
+    const auto instance = vpls ? vpls->instance(Zin::String(name)) : nullptr;
+    if (!instance) return;
+    Doing doing = explainer.instance(*instance);
+    const bool isUpInPart = doing.isUpInPart;
+    Answer answer = answerOf("instance", std::string(name), std::move(doing));
+    if (isUpInPart) answer.headline = " is up in part only.";
+    to.push_back(std::move(answer));
+}
+
 void answerCircuit(const Explainer& explainer, std::string_view name, std::vector<Answer>& to) {
     const WhyState& state = explainer.state();
     for (const ConnectorKey& key : circuitsIn(state)) {
@@ -182,6 +196,13 @@ void pseudowireNames(const WhyState& state, std::set<std::string>& names) {
     for (const KnownPseudowire& each : state.pseudowires()) names.insert(each.name);
 }
 
+void instanceNames(const WhyState& state, std::set<std::string>& names) {
+    if (!state.vpls) return;
+    for (auto it = state.vpls->instance().iteratorConst(); it; ++it) {
+        names.insert(std::string(it.key().view()));
+    }
+}
+
 void circuitNames(const WhyState& state, std::set<std::string>& names) {
     for (const ConnectorKey& key : circuitsIn(state))
         names.insert(textOfValue(key.localIntfId()));
@@ -198,6 +219,7 @@ constexpr struct {
     void (*addNames)(const WhyState&, std::set<std::string>& names);
 } kinds[] = {
     {answerPatch, patchNames},
+    {answerInstance, instanceNames},
     {answerPseudowire, pseudowireNames},
     {answerCircuit, circuitNames},
     {answerPeer, peerNames},
@@ -264,6 +286,13 @@ Overview overview(const Roots& roots) {
         if (!state.isInPatch(each)) all.answers.push_back(std::move(answer));
     }
     all.counts = {patches, pseudowires};
+    if (state.vpls) {
+        Overview::Count instances{"instance"};
+        for (auto it = state.vpls->instance().iteratorConst(); it; ++it) {
+            countIn(instances, explainer.instance(*it.value()).verdict);
+        }
+        all.counts.push_back(instances);
+    }
     if (!state.config) all.missing.push_back(missingRoot(state.config, "the configuration"));
     if (!state.signalling) all.missing.push_back(missingRoot(state.signalling, "signalling"));
     if (!state.panel) all.missing.push_back(missingRoot(state.panel, "circuits and patches"));
