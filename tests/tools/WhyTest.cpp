@@ -625,7 +625,7 @@ TEST(WhyChanges, AreGroupedByReason) {
     lab.state(lab.wire("v3", "5.5.5.5", false), standby);
     EXPECT_HAS(
         joined(corra::changedLines(&broken, corra::overview(lab.roots()))),
-        "still not up, now for another reason: v3: another pseudowire");
+        "down for another reason: v3: another pseudowire");
 }
 
 // --- The command ---

@@ -46,7 +46,8 @@ Answer answerOf(std::string_view kind, std::string name, Doing doing) {
 Reason consequence(const std::string& what, const Doing& doing) {
     const std::string how =
         doing.verdict == Verdict::down ? " is down: " : " is perhaps not up: ";
-    return {Reason::Kind::cause, what + how + doing.summary, doing.reason.places, {}};
+    auto places = doing.place.empty() ? doing.reason.places : std::vector{doing.place};
+    return {Reason::Kind::cause, what + how + doing.summary, std::move(places), {}};
 }
 
 // --- Kinds of things that have names ---

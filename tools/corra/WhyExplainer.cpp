@@ -1,6 +1,7 @@
 #include "corra/WhyExplainer.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace corra {
@@ -182,6 +183,7 @@ void Explainer::addSignalled(
     const bool isRefuted = stating.holds == false;
     const std::string words = isRefuted ? wordsOf(stated, ends.peer) : stating.words;
     doing.isStated(stated, words);
+    doing.place = place;
     reason.text = titleOf(pseudowire) + said(stated, words);
     reason.places.push_back(place);
     if (isRefuted) {
@@ -432,7 +434,8 @@ void Explainer::addPatchPanel(Doing& doing, const Reasons& reasons, const std::s
     const auto bearing = reasons.find(stated);
     const std::string words = bearing == reasons.end() ? wordsOf(stated) : bearing->second;
     doing.reason.text += said(stated, words);
-    doing.reason.places.push_back(state_.panel.at("patch", key, "status"));
+    doing.place = state_.panel.at("patch", key, "status");
+    doing.reason.places.push_back(doing.place);
     if (stated == up && doing.verdict == Verdict::down) {
         addContradiction(
             doing.reason,
@@ -467,6 +470,7 @@ Doing Explainer::patch(const std::string& name) const {
     Reasons reasons = reasonsOfPatchItself(doing.reason, name);
     const auto& keys = state_.patches().at(name);
     bool allUp = keys.size() >= 2;
+    std::vector<Reason> notKnown;
     for (const ConnectorKey& key : keys) {
         Doing part = connector(key);
         allUp = allUp && part.verdict == Verdict::up;
@@ -476,9 +480,12 @@ Doing Explainer::patch(const std::string& name) const {
             doing.summary = part.summary;
         }
         if (part.verdict != Verdict::up || holdsMore(part.reason)) {
-            doing.reason.causes.push_back(std::move(part.reason));
+            // What is known to be down comes first.
+            auto& causes = part.verdict == Verdict::down ? doing.reason.causes : notKnown;
+            causes.push_back(std::move(part.reason));
         }
     }
+    std::move(notKnown.begin(), notKnown.end(), std::back_inserter(doing.reason.causes));
     if (!reasons.empty()) {
         doing.isDown(reasons.begin()->first, reasons.begin()->second);
     } else if (allUp) {

@@ -18,6 +18,8 @@ struct Doing {
     std::string summary;
     // Some of what it is made of is up.
     bool isUpInPart = false;
+    // Where the state says so; empty where that is not one place.
+    std::string place;
     Reason reason;
 
     // One more cause; the first one in the order of the enumeration is the reason.
