@@ -286,11 +286,11 @@ TEST(ImportTest, ReturnsWhatIsLeftOut) {
     EXPECT_EQ("2.2.2.2:7", Zin::textOf(config->connector(key).ldpKey()));
 }
 
-// The import owns connectors and patches, the rest belongs to others.
+// The import owns connectors, patches and whether the MTU counts; the rest belongs to others.
 TEST(ImportTest, OtherAttributesStay) {
     const ConfigPtr config = imported(captureText(captures[0]));
     config->mtuIs(1400);
-    config->mtuIgnoreIs(false);
+    config->mtuIgnoreIs(true);
     config->patch("eline-6")->enabledIs(false);
     importRouterConfig(captureText(captures[1]), "t1", *config);
     EXPECT_EQ(1400U, config->mtu());

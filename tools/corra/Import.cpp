@@ -103,6 +103,7 @@ std::vector<typename Collection::Key> keysNotIn(const Keys& wanted, const Collec
 
 // Patches go before what they join and come after it.
 void apply(const Wanted& wanted, Config& config) {
+    config.mtuIgnoreIs(false);
     for (const auto& name : keysNotIn(wanted.patches, config.patch())) config.patchDel(name);
     for (const auto& name : keysNotIn(wanted.connectors, config.connector())) {
         config.connectorDel(name);

@@ -3,7 +3,8 @@
 //
 // Each `member pseudowire` becomes an LDP connector, each `member interface` a local one, and
 // an instance with exactly one of both becomes a patch of its name that joins them. The Config
-// then holds these connectors and patches and no others; its other attributes are left alone.
+// then holds these connectors and patches and no others. The router lets no two ends differ in
+// their MTU, so the Config does not ignore it; its other attributes are left alone.
 //
 // An import is an update: what differs is changed through the mutators, and nothing else, so
 // reactors and mirrors hear exactly of what differs. All is worked out before the first change.
