@@ -7,7 +7,7 @@ set(package "${CMAKE_INSTALL_LIBDIR}/cmake/PseudowireCorra")
 target_include_directories(PseudowireCorra INTERFACE $<INSTALL_INTERFACE:${headers}>)
 
 install(TARGETS PseudowireCorra EXPORT PseudowireCorra)
-install(DIRECTORY describe platform/ frame Pseudowire DESTINATION "${headers}"
+install(DIRECTORY describe platform/ frame Interface Pseudowire DESTINATION "${headers}"
     FILES_MATCHING PATTERN "*.h")
 install(EXPORT PseudowireCorra NAMESPACE PseudowireCorra:: DESTINATION "${package}"
     FILE PseudowireCorraConfig.cmake)

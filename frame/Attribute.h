@@ -8,6 +8,10 @@
 //     }
 //
 // The kind of an attribute follows from the type of the member; mutators are in frame/Entity.h.
+// A Zin::Ptr is a child of the entity, unless it is listed as frame::reference<...>.
+//
+// A type that derives from another lists its own attributes alone, numbered behind those of its
+// base.
 
 #pragma once
 
@@ -51,12 +55,16 @@ consteval AttributeKind kindOf() {
 
 // A stored attribute with a mutator. Reactors are told through `onChange`, a member function of
 // the type's Notifiee: without argument, or with the key of a collection's member.
-template <AttributeId attributeId, auto memberPointer, auto onChangePointer>
+template <
+    AttributeId attributeId,
+    auto memberPointer,
+    auto onChangePointer,
+    AttributeKind attributeKind =
+        detail::kindOf<typename describe::Field<memberPointer>::Value>()>
 struct Attribute : describe::Field<memberPointer> {
     static constexpr AttributeId id = attributeId;
     static constexpr auto onChange = onChangePointer;
-    static constexpr AttributeKind kind =
-        detail::kindOf<typename describe::Field<memberPointer>::Value>();
+    static constexpr AttributeKind kind = attributeKind;
     static constexpr bool stored = true;
     static constexpr bool writable = true;
     static constexpr bool streamed = true;
@@ -74,6 +82,16 @@ struct Attribute : describe::Field<memberPointer> {
 
 template <AttributeId id, auto member, auto onChange>
 consteval Attribute<id, member, onChange> attribute(std::string_view name) {
+    return {{name}};
+}
+
+// A reference to an entity that lives elsewhere: it is held, but is no child.
+template <AttributeId id, auto member, auto onChange>
+consteval Attribute<id, member, onChange, AttributeKind::reference> reference(
+    std::string_view name) {
+    static_assert(
+        detail::isPtr<describe::ValueOf<member>>,
+        "A reference is held in a Zin::Ptr.");
     return {{name}};
 }
 
@@ -165,11 +183,27 @@ consteval EntitySchema<module, index, Attributes...> entity(
 template <class T>
 inline constexpr auto entitySchemaOf = T::schema();
 
+template <class T>
+inline constexpr Zin::ZinTypeBase handleOf{entitySchemaOf<T>.module, entitySchemaOf<T>.index};
+
+// The entity type that T derives from, or void.
+template <class T>
+using BaseOf = typename T::SchemaBase;
+template <class T>
+concept DerivedEntity = !std::is_void_v<BaseOf<T>>;
+
+// Calls visit(attribute) for each attribute of T, inherited ones first.
+template <class T>
+constexpr void forEachAttribute(auto&& visit) {
+    if constexpr (DerivedEntity<T>) forEachAttribute<BaseOf<T>>(visit);
+    entitySchemaOf<T>.forEach(visit);
+}
+
 namespace detail {
 
 // The attribute is a base of the schema; its member tells which.
-template <auto member, AttributeId id, auto onChange>
-Attribute<id, member, onChange> pick(const Attribute<id, member, onChange>&);
+template <auto member, AttributeId id, auto onChange, AttributeKind kind>
+Attribute<id, member, onChange, kind> pick(const Attribute<id, member, onChange, kind>&);
 
 template <class T, auto member>
 concept ListsMember = requires {

@@ -65,6 +65,25 @@ struct AttributeLogOf : AttributeSending<T, A> {
         of(sa).template valueIs<A::member>(value);
     }
 
+    // --- A reference ---
+
+    static void applyReference(Sa& sa, In& in) {
+        using Target = typename Zin::PointeeOf<V>::Type;
+        const std::uint32_t number = in.nextU32();
+        sa.finish(in);
+        const Zin::Ptr<Zin::Entity> named = Demuxer::entityNumbered(sa, number);
+        if (named && !named->fwkType().isDerived(handleOf<Target>)) {
+            Demuxer::faultType(sa, named->fwkType().name(), handleOf<Target>.name());
+        }
+        if (unsent(sa)) return;
+        const Zin::Ptr<Target> target(static_cast<Target*>(named.get()));
+        // A proxy's side may have meant an entity that this stream does not carry: it is told
+        // what became of that.
+        if (sa.role() == Role::owner && stored(sa) == target) return Sending::send(sa, nullptr);
+        const Sa::Applying applying(sa, A::id, nullptr);
+        of(sa).template valueIs<A::member>(target);
+    }
+
     // --- Whole collections ---
 
     static void markAll(Zin::Entity& entity) {
@@ -332,6 +351,8 @@ struct AttributeLogOf : AttributeSending<T, A> {
             applyMember(sa, in);
         } else if constexpr (A::kind == AttributeKind::singleton) {
             applySingleton(sa, in);
+        } else if constexpr (A::kind == AttributeKind::reference) {
+            applyReference(sa, in);
         } else {
             applyValue(sa, in);
         }

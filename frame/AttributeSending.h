@@ -28,7 +28,7 @@ struct AttributeSending {
     static T& of(Sa& sa) { return static_cast<T&>(sa.entity()); }
     static V& stored(Sa& sa) { return of(sa).*A::member; }
     static auto& flowOf(Sa& sa) {
-        return static_cast<FlowOutOf<T>&>(sa.flowOut()).template of<A>();
+        return static_cast<FlowOutOf<T>&>(sa.flowOut()).template flowOf<A>();
     }
     // A mirror's write that was not sent yet outranks what the owner says meanwhile: the owner
     // will hear it, and what it makes of it comes back.
@@ -69,7 +69,8 @@ struct AttributeSending {
 
     // --- Single values ---
 
-    static void handleValueSerialization(Sa& sa, const V& value) {
+    template <class Value>
+    static void handleValueSerialization(Sa& sa, const Value& value) {
         const auto forget = [&] {
             sa.flowOut().zinIsDirtyIs(A::id, false);
         };
@@ -290,6 +291,20 @@ struct AttributeSending {
         Demuxer::streamDemuxer(sa, child);
     }
 
+    // --- A reference ---
+
+    // The number of the entity, where the stream carries it; it is sent again when it does.
+    static void handleReferenceSerialization(Sa& sa) {
+        const V& target = stored(sa);
+        const std::uint32_t number = target ? Demuxer::numberOf(sa, *target) : 0;
+        if (target && number == 0 && sa.role() == Role::owner) {
+            flowOf(sa).awaiting.begin(sa, A::id, *target);
+        } else {
+            flowOf(sa).awaiting.end();
+        }
+        handleValueSerialization(sa, number);
+    }
+
     // --- What the table holds ---
 
     // The attribute, or the member of it under the key, as it is now.
@@ -303,6 +318,8 @@ struct AttributeSending {
             }
         } else if constexpr (A::kind == AttributeKind::singleton) {
             handleSingletonSerialization(sa);
+        } else if constexpr (A::kind == AttributeKind::reference) {
+            handleReferenceSerialization(sa);
         } else {
             handleValueSerialization(sa, stored(sa));
         }

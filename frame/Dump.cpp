@@ -104,6 +104,9 @@ void dumpAttribute(const Dump& at, const Zin::Entity& entity, const AttributeInf
         attribute.forEachMember(entity, members);
     } else if (attribute.kind == AttributeKind::singleton) {
         at.header(attribute.name).entity(attribute.child(entity));
+    } else if (attribute.kind == AttributeKind::reference) {
+        const Zin::Entity* const target = attribute.child(entity);
+        at.attribute(attribute.name, target ? target->name() : Zin::String("none"));
     } else if (attribute.valueOf) {
         at.attribute(attribute.name, dumpText(*attribute.value, attribute.valueOf(entity)));
     }

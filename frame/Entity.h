@@ -1,5 +1,6 @@
 // EntityOf is what an entity type gets from its schema: its handle, its name, how it is made
-// and unmade, and the bodies of its mutators.
+// and unmade, and the bodies of its mutators. DerivedOf is the same for a type that derives
+// from another: attributes of its own come behind those that it inherits.
 //
 // A mutator changes the state first and then, only if something really changed, tells the
 // reactors: a scalar by its id, a collection's member by id and key, once, before the mutator
@@ -61,18 +62,16 @@ struct AttributeLogOf;
 template <class T, class A>
 struct GenericIfOf;
 
-// The base of an entity type T that is made with a key: for most types a name; for a child that
-// lies under another key, that key, whose text is then the entity's name. A type with further
-// constructor parameters hides ConstructorArguments, constructorAttributeIds and
-// constructorArguments(); one with a dump of its own hides dumpState().
-template <class T, class Key = Zin::String>
-class ZIN_EXPORT EntityOf : public Zin::Entity {
+namespace detail {
+
+// What an entity has whatever its attributes are: its key, and its reactors.
+template <class Key>
+class ZIN_EXPORT KeyedEntity : public Zin::Entity {
   public:
     using EntityKey = Key;
     using ConstructorArguments = std::tuple<Key>;
     // The attribute of each constructor argument; most names have none.
     static constexpr AttributeId constructorAttributeIds[] = {0};
-    using FlowOut = FlowOutOf<T>;
 
     Zin::String name() const override {
         if constexpr (std::same_as<Key, Zin::String>) {
@@ -84,23 +83,46 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
     const Key& entityKey() const noexcept { return entityKey_; }
     ConstructorArguments constructorArguments() const { return {entityKey_}; }
 
+    Zin::NotifieeListDescriptor notifieeList() const final { return {1, &notifieeList_}; }
+
+  protected:
+    KeyedEntity(Construct, const Key& key) : entityKey_(key) {}
+
+    void notify(AttributeId id, const void* key) {
+        if (notifieeList_.empty()) return;
+        // A reactor may drop the last reference to this entity.
+        const Zin::Ptr<Zin::Entity> guard(this);
+        notifieeList_.visit(id, key);
+    }
+    void deleteChildren() noexcept {}
+
+    // A type whose key is also an attribute of it lists this member.
+    Key entityKey_;
+    mutable Zin::NotifieeList notifieeList_;
+};
+
+// What an entity type T gets from its schema, on top of what it derives from.
+template <class T, class Below>
+class ZIN_EXPORT EntityLayer : public Below {
+  public:
+    using FlowOut = FlowOutOf<T>;
+
+    using Below::Below;
+
     static constexpr DumpStyle dumpStyle = DumpStyle::plain;
     // Prints the entity and all below it (frame/Dump.h).
     void dumpState(const Quib::DumpContextPtr& context, unsigned indent) const {
         dumpBySchema(*this, T::dumpStyle, context, indent);
     }
 
-    Zin::ZinTypeBase fwkType() const final {
-        return {entitySchemaOf<T>.module, entitySchemaOf<T>.index};
-    }
-    Zin::NotifieeListDescriptor notifieeList() const final { return {1, &notifieeList_}; }
+    Zin::ZinTypeBase fwkType() const override { return handleOf<T>; }
 
     // Children first, so that reactors hear of each; then the reactors; then the members, last
     // declared first; then the memory.
-    static void operator delete(EntityOf* object, std::destroying_delete_t) {
+    static void operator delete(EntityLayer* object, std::destroying_delete_t) {
         T* const self = static_cast<T*>(object);
-        self->deleteChildren();
-        self->notifieeList_.deleteAll();
+        static_cast<EntityLayer*>(self)->deleteChildren();
+        static_cast<EntityLayer*>(self)->notifieeList_.deleteAll();
         self->~T();
         Zin::PtrInterface::zinMemFree(self, sizeof(T));
         zinAllocTrackTypeInfo_.trackDeallocation(typeid(T), sizeof(T));
@@ -109,11 +131,6 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
     static inline constinit Zin::AllocTrackTypeInfo zinAllocTrackTypeInfo_;
 
   protected:
-    EntityOf(Construct, const Key& key) : entityKey_(key) {}
-
-    // A type whose key is also an attribute of it lists this member.
-    Key entityKey_;
-
     // --- Single values ---
     template <auto member>
     void valueIs(const describe::ValueOf<member>& value) {
@@ -127,7 +144,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
             V copy(value);
             stored = std::move(copy);
         }
-        notify(AttributeFor<T, member>::id, nullptr);
+        this->notify(AttributeFor<T, member>::id, nullptr);
     }
 
     // --- Value collections and sets ---
@@ -137,7 +154,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
     void memberIs(const Arguments&... arguments) {
         using C = describe::ValueOf<member>;
         C& collection = self().*member;
-        if (notifieeList_.empty()) {
+        if (this->notifieeList_.empty()) {
             collection.put(arguments...);
             return;
         }
@@ -150,7 +167,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
             }
         }(arguments...);
         if (collection.put(arguments...) == Zin::Put::unchanged) return;
-        notify(AttributeFor<T, member>::id, &kept);
+        this->notify(AttributeFor<T, member>::id, &kept);
     }
 
     // The removed value, or a default one when the key was absent.
@@ -160,11 +177,11 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         // The key may lie in the entry that goes.
         const typename C::Key kept(key);
         if constexpr (SetCollection<C>) {
-            if ((self().*member).erase(kept)) notify(AttributeFor<T, member>::id, &kept);
+            if ((self().*member).erase(kept)) this->notify(AttributeFor<T, member>::id, &kept);
         } else {
             typename C::Value removed{};
             if ((self().*member).erase(kept, &removed)) {
-                notify(AttributeFor<T, member>::id, &kept);
+                this->notify(AttributeFor<T, member>::id, &kept);
             }
             return removed;
         }
@@ -187,7 +204,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
     template <auto member>
     void membersDelAll() {
         auto& collection = self().*member;
-        if (notifieeList_.empty()) {
+        if (this->notifieeList_.empty()) {
             collection.clear();
             return;
         }
@@ -223,7 +240,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
             collection.put(made);
         }
         linkTo(*made, this);
-        notify(AttributeFor<T, member>::id, &kept);
+        this->notify(AttributeFor<T, member>::id, &kept);
         return made;
     }
 
@@ -242,7 +259,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         if (!removed) return removed;
         const Zin::Ptr<Zin::Entity> guard(this);
         linkTo(*removed, nullptr);
-        notify(AttributeFor<T, member>::id, &kept);
+        this->notify(AttributeFor<T, member>::id, &kept);
         return removed;
     }
 
@@ -268,7 +285,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         Zin::Ptr<Child> made = make<Child>(arguments...);
         stored = made;
         linkTo(*made, this);
-        notify(AttributeFor<T, member>::id, nullptr);
+        this->notify(AttributeFor<T, member>::id, nullptr);
         return made;
     }
 
@@ -278,15 +295,17 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         if (!removed) return removed;
         const Zin::Ptr<Zin::Entity> guard(this);
         linkTo(*removed, nullptr);
-        notify(AttributeFor<T, member>::id, nullptr);
+        this->notify(AttributeFor<T, member>::id, nullptr);
         return removed;
     }
 
   private:
     template <class U, class A>
-    friend struct AttributeLogOf;
+    friend struct frame::AttributeLogOf;
     template <class U, class A>
-    friend struct GenericIfOf;
+    friend struct frame::GenericIfOf;
+    template <class U, class Other>
+    friend class EntityLayer;
 
     T& self() { return static_cast<T&>(*this); }
     const T& self() const { return static_cast<const T&>(*this); }
@@ -295,16 +314,10 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
         child.parentIs(Zin::Ptr<Zin::Entity>(parent));
     }
 
-    void notify(AttributeId id, const void* key) {
-        if (notifieeList_.empty()) return;
-        // A reactor may drop the last reference to this entity.
-        const Zin::Ptr<Zin::Entity> guard(this);
-        notifieeList_.visit(id, key);
-    }
-
     // What reactors throw has nobody left to reach, and keeps no other child from being
     // deleted.
     void deleteChildren() noexcept {
+        Below::deleteChildren();
         entitySchemaOf<T>.forEach([&]<class A>(const A&) {
             if constexpr (A::kind == AttributeKind::instantiating) {
                 auto& collection = self().*A::member;
@@ -337,7 +350,7 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
             }
             try {
                 const typename C::Key& key = keyOfChild<C>(node);
-                notify(A::id, &key);
+                this->notify(A::id, &key);
             } catch (...) {
             }
         }
@@ -369,8 +382,34 @@ class ZIN_EXPORT EntityOf : public Zin::Entity {
                 std::string_view(Zin::textOf(requested)));
         }
     }
+};
 
-    mutable Zin::NotifieeList notifieeList_;
+}  // namespace detail
+
+// The base of an entity type T that is made with a key: for most types a name; for a child that
+// lies under another key, that key, whose text is then the entity's name. A type with further
+// constructor parameters hides ConstructorArguments, constructorAttributeIds and
+// constructorArguments(); one with a dump of its own hides dumpState().
+template <class T, class Key = Zin::String>
+class ZIN_EXPORT EntityOf : public detail::EntityLayer<T, detail::KeyedEntity<Key>> {
+  public:
+    using SchemaBase = void;
+
+  protected:
+    EntityOf(Construct construct, const Key& key)
+        : detail::EntityLayer<T, detail::KeyedEntity<Key>>(construct, key) {}
+};
+
+// The base of an entity type T that derives from the entity type Base. T lists the attributes
+// that it adds, numbered behind those of Base; all that is done with an entity's attributes is
+// done with both. Base is made, streamed and seen as before, and its reactors observe a T too.
+template <class T, class Base>
+class ZIN_EXPORT DerivedOf : public detail::EntityLayer<T, Base> {
+  public:
+    using SchemaBase = Base;
+
+  protected:
+    using detail::EntityLayer<T, Base>::EntityLayer;
 };
 
 }  // namespace frame

@@ -71,6 +71,14 @@ requires(A::kind == AttributeKind::singleton) struct CollectionFlow<A> {
     bool dirty() const { return false; }
 };
 
+template <class A>
+requires(A::kind == AttributeKind::reference) struct CollectionFlow<A> {
+    // The entity is none that the stream carries yet.
+    Zin::NboAttrLog::Awaiting awaiting;
+
+    bool dirty() const { return false; }
+};
+
 template <class Schema>
 struct FlowState;
 template <const Zin::ZinModule& module, std::uint32_t index, class... Attributes>
@@ -78,8 +86,6 @@ struct FlowState<EntitySchema<module, index, Attributes...>> : CollectionFlow<At
     bool anyDirty() const {
         return (static_cast<const CollectionFlow<Attributes>&>(*this).dirty() || ...);
     }
-
-    std::array<std::uint8_t, sizeof...(Attributes)> flags{};
 };
 
 // Where a walk over a hashed collection goes on: at the bucket of this hash position, or behind
@@ -98,26 +104,65 @@ struct KeyBookmark final : FlowOut::Bookmark {
 
 }  // namespace detail
 
+namespace detail {
+
+// What lies below the flow-out of T: that of the type that T derives from.
 template <class T>
-class FlowOutOf final : private detail::FlowState<decltype(T::schema())>, public FlowOut {
+struct FlowOutBelow {
+    using Type = FlowOut;
+};
+template <DerivedEntity T>
+struct FlowOutBelow<T> {
+    using Type = FlowOutOf<BaseOf<T>>;
+};
+
+}  // namespace detail
+
+template <class T>
+class FlowOutOf : private detail::FlowState<decltype(T::schema())>,
+                  public detail::FlowOutBelow<T>::Type {
     using State = detail::FlowState<decltype(T::schema())>;
+    using Below = typename detail::FlowOutBelow<T>::Type;
 
   public:
-    FlowOutOf(Sa* sa, const Zin::EntityTypeInfo& type, bool initial, AttributeId start)
-        : FlowOut(sa, type, State::flags, initial, start) {}
-
-    bool hasDirtyCollKeys() const override { return State::anyDirty(); }
-
-    template <class A>
-    detail::CollectionFlow<A>& of() {
-        return *this;
+    bool hasDirtyCollKeys() const override {
+        if constexpr (DerivedEntity<T>) {
+            if (Below::hasDirtyCollKeys()) return true;
+        }
+        return State::anyDirty();
     }
 
-    static void operator delete(FlowOutOf* object, std::destroying_delete_t) {
-        object->~FlowOutOf();
-        Zin::PtrInterface::zinMemFree(object, sizeof(FlowOutOf));
-        zinAllocTrackTypeInfo_.trackDeallocation(typeid(FlowOut), sizeof(FlowOutOf));
+    // Of an attribute that T itself lists.
+    template <class A>
+    detail::CollectionFlow<A>& flowOf() {
+        return static_cast<State&>(*this);
+    }
+
+  protected:
+    using Below::Below;
+};
+
+namespace detail {
+
+template <std::size_t attributes>
+struct FlowFlags {
+    std::array<std::uint8_t, attributes> flags{};
+};
+
+// A flow-out as it is made: with the flags of all attributes, inherited ones included.
+template <class T, std::size_t attributes>
+class MadeFlowOut final : private FlowFlags<attributes>, public FlowOutOf<T> {
+  public:
+    MadeFlowOut(Sa* sa, const Zin::EntityTypeInfo& type, bool initial, AttributeId start)
+        : FlowOutOf<T>(sa, type, FlowFlags<attributes>::flags, initial, start) {}
+
+    static void operator delete(MadeFlowOut* object, std::destroying_delete_t) {
+        object->~MadeFlowOut();
+        Zin::PtrInterface::zinMemFree(object, sizeof(MadeFlowOut));
+        FlowOut::zinAllocTrackTypeInfo_.trackDeallocation(typeid(FlowOut), sizeof(MadeFlowOut));
     }
 };
+
+}  // namespace detail
 
 }  // namespace frame

@@ -84,6 +84,8 @@ struct GenericIfOf {
             return onCollection(result, entity, op, key, value);
         } else if constexpr (A::kind == AttributeKind::singleton) {
             return onChild(result, entity, op, key, value);
+        } else if constexpr (A::kind == AttributeKind::reference) {
+            return onReference(result, entity, op, value);
         } else {
             return onSingle(result, entity, op, value);
         }
@@ -135,6 +137,21 @@ struct GenericIfOf {
             }
         }
         return Status::unsupported;
+    }
+
+    static Status onReference(void* result, T& entity, Op op, const void* value) {
+        using Target = typename Zin::PointeeOf<typename A::Value>::Type;
+        if (op == Op::get) {
+            slot<Zin::Ptr<Zin::Entity>>(result) = entity.*A::member;
+            return Status::done;
+        }
+        if (op != Op::set) return Status::unsupported;
+        const auto& named = due<Zin::Ptr<Zin::Entity>>(value, "a reference");
+        if (named && !named->fwkType().isDerived(handleOf<Target>)) {
+            Zin::GenericIfImpl::throwTypeException(named->fwkType(), handleOf<Target>);
+        }
+        entity.template valueIs<A::member>(Zin::Ptr<Target>(static_cast<Target*>(named.get())));
+        return Status::done;
     }
 
     // Calls make(name, further constructor arguments...).

@@ -28,9 +28,29 @@
 
 namespace frame {
 
-// Routes an attribute id to the callback that the schema names for it.
+namespace detail {
+
+// Whether the id is of an attribute that T itself lists.
+template <class T, class Routing>
+bool tellBySchema(Routing& routing, AttributeId id, const void* key) {
+    return entitySchemaOf<T>.any([&]<class A>(const A&) {
+        if (A::id != id) return false;
+        A::tell(static_cast<typename T::Notifiee&>(routing), key);
+        return true;
+    });
+}
+
+}  // namespace detail
+
+// Routes an attribute id to the callback that the schema names for it. A type that derives from
+// another has a Notifiee that derives from the other's:
+//
+//     struct Notifiee : frame::NotifieeOf<EthIntfStatus, IntfStatus> { ... };
+template <class T, class Base = void>
+class NotifieeOf;
+
 template <class T>
-class NotifieeOf : public Zin::Notifiee {
+class NotifieeOf<T, void> : public Zin::Notifiee {
   public:
     NotifieeOf() = default;
     explicit NotifieeOf(const Zin::Ptr<T>& entity) { notifierIs(entity); }
@@ -45,16 +65,28 @@ class NotifieeOf : public Zin::Notifiee {
     // The observed entity, or null when there is none or it has gone. Holds no reference to it.
     T* notifier() const noexcept { return registered() ? notifier_ : nullptr; }
 
-  private:
-    void onAttribute(AttributeId id, const void* key) final {
-        (void)entitySchemaOf<T>.any([&]<class A>(const A&) {
-            if (A::id != id) return false;
-            A::tell(static_cast<typename T::Notifiee&>(*this), key);
-            return true;
-        });
+  protected:
+    void onAttribute(AttributeId id, const void* key) override {
+        (void)detail::tellBySchema<T>(*this, id, key);
     }
 
+  private:
     T* notifier_ = nullptr;
+};
+
+template <class T, class Base>
+class NotifieeOf : public Base::Notifiee {
+  public:
+    NotifieeOf() = default;
+    explicit NotifieeOf(const Zin::Ptr<T>& entity) { notifierIs(entity); }
+
+    void notifierIs(const Zin::Ptr<T>& entity) { Base::Notifiee::notifierIs(entity); }
+    T* notifier() const noexcept { return static_cast<T*>(Base::Notifiee::notifier()); }
+
+  protected:
+    void onAttribute(AttributeId id, const void* key) override {
+        if (!detail::tellBySchema<T>(*this, id, key)) Base::Notifiee::onAttribute(id, key);
+    }
 };
 
 namespace detail {
@@ -64,28 +96,37 @@ struct Constant {};
 
 template <auto onChange, class A>
 inline constexpr bool tellsBy = false;
-template <auto onChange, AttributeId id, auto member, auto itsOnChange>
-inline constexpr bool tellsBy<onChange, Attribute<id, member, itsOnChange>> =
+template <auto onChange, AttributeId id, auto member, auto itsOnChange, AttributeKind kind>
+inline constexpr bool tellsBy<onChange, Attribute<id, member, itsOnChange, kind>> =
     std::is_same_v<Constant<onChange>, Constant<itsOnChange>>;
 
-// The attribute of a schema that names the callback.
-template <auto onChange, class... Attributes>
-struct PickByCallback {
+// The attribute of T, or of what it derives from, that names the callback.
+template <class T, auto onChange, class... Attributes>
+struct PickByCallback;
+template <
+    class T,
+    auto onChange,
+    const Zin::ZinModule& module,
+    std::uint32_t index,
+    class... As>
+PickByCallback<T, onChange, As...> pickByCallback(const EntitySchema<module, index, As...>&);
+
+template <class T, auto onChange>
+struct PickByCallback<T, onChange> {
     static_assert(
-        sizeof...(Attributes) != 0,
+        DerivedEntity<T>,
         "No attribute in schema() of this entity type names the callback.");
 };
-template <auto onChange, class A, class... Others>
-struct PickByCallback<onChange, A, Others...> : PickByCallback<onChange, Others...> {};
-template <auto onChange, class A, class... Others>
+template <DerivedEntity T, auto onChange>
+struct PickByCallback<T, onChange>
+    : decltype(pickByCallback<BaseOf<T>, onChange>(BaseOf<T>::schema())) {};
+template <class T, auto onChange, class A, class... Others>
+struct PickByCallback<T, onChange, A, Others...> : PickByCallback<T, onChange, Others...> {};
+template <class T, auto onChange, class A, class... Others>
 requires tellsBy<onChange, A>
-struct PickByCallback<onChange, A, Others...> {
+struct PickByCallback<T, onChange, A, Others...> {
     using Type = A;
 };
-
-template <auto onChange, const Zin::ZinModule& module, std::uint32_t index, class... Attributes>
-PickByCallback<onChange, Attributes...> pickByCallback(
-    const EntitySchema<module, index, Attributes...>&);
 
 template <class T, auto onChange, class Callable>
 class AttachedTo final : public Zin::Notifiee {
@@ -95,7 +136,7 @@ class AttachedTo final : public Zin::Notifiee {
     }
 
   private:
-    using A = typename decltype(pickByCallback<onChange>(T::schema()))::Type;
+    using A = typename decltype(pickByCallback<T, onChange>(T::schema()))::Type;
 
     void onAttribute(AttributeId id, const void* key) override {
         if (id != A::id) return;

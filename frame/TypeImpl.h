@@ -4,7 +4,9 @@
 
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstdint>
 #include <type_traits>
 
@@ -62,7 +64,7 @@ consteval std::string_view keyFieldOf() {
     std::string_view name;
     if constexpr (InstantiatingCollection<V>) {
         name = "name";
-        entitySchemaOf<ChildOf<V>>.forEach([&]<class A>(const A& attribute) {
+        forEachAttribute<ChildOf<V>>([&]<class A>(const A& attribute) {
             if (A::id == ChildOf<V>::constructorAttributeIds[0]) name = attribute.name;
         });
     } else if constexpr (KeyInsideValue<V>) {
@@ -100,6 +102,11 @@ consteval Zin::AttributeInfo attributeInfo(const A& attribute) {
             }
         } else if constexpr (A::kind == AttributeKind::singleton) {
             info.childType = &EntityTypeInfoOf<typename Zin::PointeeOf<V>::Type>::info;
+            info.child = [](const Zin::Entity& entity) -> const Zin::Entity* {
+                return (static_cast<const T&>(entity).*A::member).get();
+            };
+        } else if constexpr (A::kind == AttributeKind::reference) {
+            info.referencedType = &EntityTypeInfoOf<typename Zin::PointeeOf<V>::Type>::info;
             info.child = [](const Zin::Entity& entity) -> const Zin::Entity* {
                 return (static_cast<const T&>(entity).*A::member).get();
             };
@@ -141,12 +148,64 @@ consteval auto attributeInfos(const EntitySchema<module, index, Attributes...>& 
         attributeInfo<T>(static_cast<const Attributes&>(schema))...};
 }
 
+template <std::size_t count>
+consteval bool numbersAscend(const std::array<Zin::AttributeInfo, count>& all) {
+    for (std::size_t i = 1; i < count; ++i) {
+        if (all[i].id <= all[i - 1].id) return false;
+    }
+    return true;
+}
+
+template <std::size_t count>
+consteval bool namesDiffer(const std::array<Zin::AttributeInfo, count>& all) {
+    for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            if (all[i].name == all[j].name) return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace detail
 
+// The attributes of T, by number.
 template <class T>
-inline constexpr auto attributesOf = detail::attributeInfos<T>(T::schema());
+struct AttributesOf {
+    static constexpr auto all = detail::attributeInfos<T>(T::schema());
+};
+// The inherited ones first: their numbers are lower.
+template <DerivedEntity T>
+struct AttributesOf<T> {
+    static_assert(
+        !std::same_as<decltype(T::schema()), decltype(BaseOf<T>::schema())>,
+        "An entity type that derives from another has a schema() of its own.");
+
+    static constexpr auto& inherited = AttributesOf<BaseOf<T>>::all;
+    static constexpr auto all = [] {
+        constexpr auto own = detail::attributeInfos<T>(T::schema());
+        std::array<Zin::AttributeInfo, inherited.size() + own.size()> attributes{};
+        std::copy(inherited.begin(), inherited.end(), attributes.begin());
+        std::copy(own.begin(), own.end(), attributes.begin() + inherited.size());
+        return attributes;
+    }();
+    static_assert(
+        detail::numbersAscend(all),
+        "The attributes of an entity type are numbered behind those that it inherits.");
+    static_assert(
+        detail::namesDiffer(all),
+        "An attribute of an entity type has the name of one that the type inherits.");
+};
 
 namespace detail {
+
+template <class T>
+consteval const Zin::EntityTypeInfo* baseInfo() {
+    if constexpr (DerivedEntity<T>) {
+        return &EntityTypeInfoOf<BaseOf<T>>::info;
+    } else {
+        return nullptr;
+    }
+}
 
 template <class... Arguments>
 consteval auto argumentInfos(const std::tuple<Arguments...>*) {
@@ -164,11 +223,11 @@ template <class T>
 struct EntityTypeInfoOf {
     static constexpr Zin::EntityTypeInfo info{
         .name = entitySchemaOf<T>.typeName,
-        .attributes = attributesOf<T>,
+        .attributes = AttributesOf<T>::all,
         .constructorArguments = argumentsOf<T>,
         .constructorAttributeIds = T::constructorAttributeIds,
-        .base = nullptr,
-        .handle = {entitySchemaOf<T>.module, entitySchemaOf<T>.index},
+        .base = detail::baseInfo<T>(),
+        .handle = handleOf<T>,
         .newEntityForDir = Zin::TypeImpl<T>::directoryHook(),
         .newEntityForAttrLog = &Zin::TypeImpl<T>::newEntityForAttrLog,
         .genericIfConstructFromCtorArgs = &Zin::TypeImpl<T>::genericIfConstructFromCtorArgs,
@@ -213,8 +272,7 @@ struct TypeImpl<T> {
     static Ptr<Entity> newEntityForDir(const String& name, const void* extraArguments) requires
         frame::RootEntity<T> {
         if (extraArguments) {
-            throwNewEntityArgsException(
-                {frame::entitySchemaOf<T>.module, frame::entitySchemaOf<T>.index});
+            throwNewEntityArgsException(frame::handleOf<T>);
         }
         return frame::make<T>(name);
     }
@@ -317,7 +375,7 @@ struct TypeImpl<T> {
     }
 
     static Ptr<FlowOut> newFlowOut(Sa* sa, bool initial, AttributeId start) {
-        using Made = frame::FlowOutOf<T>;
+        using Made = frame::detail::MadeFlowOut<T, frame::AttributesOf<T>::all.size()>;
         AllocTrackTypeInfo& track = FlowOut::zinAllocTrackTypeInfo_;
         track.trackAllocation(typeid(FlowOut), sizeof(Made));
         Ptr<FlowOut> made;

@@ -1,5 +1,6 @@
 // The value types of Vorn, for code that knows no types.
 
+#include "Vorn/EthAddr.h"
 #include "Vorn/IntfId.h"
 #include "Vorn/Ip6Addr.h"
 #include "Vorn/IpGenAddr.h"
@@ -11,7 +12,8 @@ constinit const Zin::ZinModule _Vorn_zinModule = Zin::moduleOf<
     Vorn::IntfId,
     Vorn::MplsLabel,
     Vorn::Ip6Addr,
-    Vorn::IpGenAddr>("Vorn");
+    Vorn::IpGenAddr,
+    Vorn::EthAddr>("Vorn");
 
 namespace {
 

@@ -21,7 +21,9 @@ AttributeId ZinAttrBase::attributeId() const noexcept {
 ZinAttr ZinAttr::of(const ZinTypeBase& type, AttributeId id) noexcept {
     if (!type.module) return {};
     const auto record = TypeTable(type.module->typeTable).recordOf(type.index, id);
-    return record ? ZinAttr(type, *record) : ZinAttr();
+    if (record) return ZinAttr(type, *record);
+    const EntityTypeInfo* const info = type.info();
+    return info && info->base ? of(info->base->handle, id) : ZinAttr();
 }
 
 namespace GenericIf {

@@ -42,8 +42,9 @@ class ZIN_EXPORT ZinAttrBase {
 class ZIN_EXPORT ZinAttr : public ZinAttrBase {
   public:
     using ZinAttrBase::ZinAttrBase;
-    // The attribute of the type that has the id; one whose attributeId() is 0 when there is
-    // none. Linear in the number of attributes.
+    // The attribute of the type that has the id; an inherited one is an attribute of the type
+    // that lists it. One whose attributeId() is 0 when there is none. Linear in the number of
+    // attributes.
     static ZinAttr of(const ZinTypeBase& type, AttributeId id) noexcept;
 };
 
@@ -51,11 +52,12 @@ namespace GenericIf {
 
 enum class AttributeOp : std::uint32_t {
     // Single attribute, function: assigns the value to the object at `result`; a function that
-    // takes an argument takes *key. Single child: the Ptr<Entity> at `result`. Collection:
-    // finds
-    // `key`, writes the MemberRef at `result`.
+    // takes an argument takes *key. Single child and reference: the Ptr<Entity> at `result`.
+    // Collection: finds `key`, writes the MemberRef at `result`.
     get = 0,
-    // Single attribute: sets *value. Collection of values: inserts or overwrites *value under
+    // Single attribute: sets *value. Reference: sets the Ptr<Entity> at `value`, where
+    // TypeException says that it is of another type. Collection of values: inserts or
+    // overwrites *value under
     // *key; where the key lies inside the value `key` may be null, and must be equal otherwise.
     // Set: inserts *key. Children, single child: `value` points at the array of pointers to the
     // constructor arguments behind the name, may be null when there are none; a single child's

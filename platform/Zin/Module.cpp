@@ -44,7 +44,8 @@ std::string_view ZinTypeBase::name() const noexcept {
 bool ZinTypeBase::isDerived(const ZinTypeBase& base) const noexcept {
     const EntityTypeInfo* const wanted = base.info();
     for (const EntityTypeInfo* type = info(); type && wanted; type = type->base) {
-        if (type == wanted) return true;
+        // Each library that uses a type may have a table of its own.
+        if (type->handle == wanted->handle) return true;
     }
     return false;
 }

@@ -41,6 +41,7 @@ enum class AttributeKind : std::uint8_t {
     collection,            // keyed values, or keys alone
     instantiating,         // keyed child entities
     singleton,             // one child entity, or none
+    reference,             // an entity that lives elsewhere, or none
     function,              // computed
     constructorParameter,  // given when the entity is made
 };
@@ -80,6 +81,8 @@ struct AttributeInfo {
     const ValueInfo* key;
     // The type of the children.
     const EntityTypeInfo* childType;
+    // The type that a referenced entity is of, or derives from.
+    const EntityTypeInfo* referencedType;
     // The name of the field, or the attribute, of a member that is its key; empty where the key
     // lies outside.
     std::string_view keyField;
@@ -90,6 +93,7 @@ struct AttributeInfo {
     void (*forEachMember)(const Entity& entity, MemberVisitor& visitor);
     // The member under a key of the collection's key type.
     MemberRef (*member)(const Entity& entity, const void* key);
+    // The single child, or the entity that is referred to.
     const Entity* (*child)(const Entity& entity);
 
     // --- Reflective interface (Zin/GenericIf.h) ---
@@ -121,9 +125,11 @@ struct AttributeInfo {
     // Reads a member's key and sends what is stored under it.
     void (*resend)(NboAttrLog::Sa& sa, NboAttrLog::In& in);
 
-    // A function that gives nothing, or takes something, has no value of its own.
-    bool isMereFunction() const noexcept {
-        return kind == AttributeKind::function && (!value || key);
+    // Whether nothing of it can be seen, or set, as a value: it is a reference, or a function
+    // that gives nothing or takes something.
+    bool hasNoForm() const noexcept {
+        return kind == AttributeKind::reference ||
+               (kind == AttributeKind::function && (!value || key));
     }
     bool isCollection() const noexcept {
         return kind == AttributeKind::collection || kind == AttributeKind::instantiating;
@@ -133,6 +139,7 @@ struct AttributeInfo {
 // The hooks of one entity type, with Zin::TypeImpl<T> behind them.
 struct EntityTypeInfo {
     std::string_view name;
+    // In the order of their ids; those of the base first.
     std::span<const AttributeInfo> attributes;
     // What entities are made of: the name first.
     std::span<const ValueInfo* const> constructorArguments;

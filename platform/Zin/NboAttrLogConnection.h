@@ -108,6 +108,27 @@ class ZIN_EXPORT Observer {
     virtual void onSkipped(const String& /*what*/) {}
 };
 
+// A reference to an entity that the owner's side does not carry on the stream yet. While one
+// lives, the attribute is sent again when the entity is carried.
+class ZIN_EXPORT Awaiting {
+  public:
+    Awaiting() = default;
+    ~Awaiting() { end(); }
+    Awaiting(const Awaiting&) = delete;
+    Awaiting& operator=(const Awaiting&) = delete;
+
+    // In place of what was awaited before.
+    void begin(Sa& sa, AttributeId id, const Entity& entity);
+    void end() noexcept;
+
+  private:
+    friend class Connection;
+
+    Sa* sa_ = nullptr;
+    AttributeId id_ = 0;
+    std::multimap<const Entity*, Awaiting*>::iterator at_;
+};
+
 class ZIN_EXPORT Connection {
   public:
     struct Options {
@@ -163,6 +184,7 @@ class ZIN_EXPORT Connection {
     const Counters& counters() const noexcept { return counters_; }
 
   private:
+    friend class Awaiting;
     friend class Demuxer;
     friend class Exports;
     friend class Sa;
@@ -291,6 +313,9 @@ class ZIN_EXPORT Connection {
     // The peer's mounts of this side's entities.
     std::map<std::uint32_t, Ptr<Entity>> peerMounts_;
 
+    // What references wait for. Outlives the adapters, which hold those.
+    std::multimap<const Entity*, Awaiting*> awaited_;
+
     // Adapters by number and by entity, for each role.
     std::unordered_map<std::uint32_t, std::unique_ptr<Sa>> adapters_[2];
     std::unordered_map<const Entity*, Sa*> byEntity_[2];
@@ -353,7 +378,11 @@ class ZIN_EXPORT Demuxer {
     static void confirm(Sa& sa);
     // Whether the number was given to an entity that has gone since.
     static bool hasGone(const Sa& sa, std::uint32_t entityId);
-    // The type of the child is not the one that the collection holds.
+    // The number of an entity on this side of the stream, 0 when it has none.
+    static std::uint32_t numberOf(const Sa& sa, const Entity& entity);
+    // The entity of that number; null for 0, and for one that has gone.
+    static Ptr<Entity> entityNumbered(const Sa& sa, std::uint32_t entityId);
+    // The type of an entity is not the one that belongs there.
     [[noreturn]] static void
     faultType(const Sa& sa, const String& found, std::string_view wanted);
     // An attribute that the type does not have.

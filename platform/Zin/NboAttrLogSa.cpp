@@ -206,6 +206,20 @@ void doBaseZinNboAttrLogSaMsg(Sa& sa, AttributeId id, In&) {
     Demuxer::faultAttribute(sa, id);
 }
 
+// --- Awaiting ---
+
+void Awaiting::begin(Sa& sa, AttributeId id, const Entity& entity) {
+    end();
+    at_ = sa.connection().awaited_.emplace(&entity, this);
+    sa_ = &sa;
+    id_ = id;
+}
+
+void Awaiting::end() noexcept {
+    if (sa_) sa_->connection().awaited_.erase(at_);
+    sa_ = nullptr;
+}
+
 // --- Demuxer ---
 
 std::size_t Demuxer::referenceSize(Sa& sa, const Entity& child) {
@@ -308,11 +322,29 @@ bool Demuxer::hasGone(const Sa& sa, std::uint32_t entityId) {
            !sa.connection_.adapterOf(sa.role(), entityId);
 }
 
+std::uint32_t Demuxer::numberOf(const Sa& sa, const Entity& entity) {
+    const Sa* const known = sa.connection_.adapterOf(sa.role(), entity);
+    return known ? known->entityId() : 0;
+}
+
+Ptr<Entity> Demuxer::entityNumbered(const Sa& sa, std::uint32_t entityId) {
+    if (const Sa* const known = sa.connection_.adapterOf(sa.role(), entityId)) {
+        return Ptr<Entity>(&known->entity());
+    }
+    if (entityId != 0 && !hasGone(sa, entityId)) {
+        fault(
+            sa,
+            StreamErrorKind::outOfOrder,
+            "entity " + std::to_string(entityId) + " was never described");
+    }
+    return {};
+}
+
 void Demuxer::faultType(const Sa& sa, const String& found, std::string_view wanted) {
     fault(
         sa,
         StreamErrorKind::unknownName,
-        "a child of type " + std::string(found.view()) + " where a " + std::string(wanted) +
+        "an entity of type " + std::string(found.view()) + " where a " + std::string(wanted) +
             " belongs");
 }
 

@@ -206,6 +206,13 @@ Sa& Connection::attach(
         throw;
     }
     lastEntityId_[index] = std::max(lastEntityId_[index], id);
+    const auto [first, last] = awaited_.equal_range(key);
+    for (auto at = first; role == Role::owner && at != last; ++at) {
+        const Awaiting& waiting = *at->second;
+        if (!waiting.sa_->isActive()) continue;
+        waiting.sa_->flowOut().zinIsDirtyIs(waiting.id_, true);
+        schedule(*waiting.sa_);
+    }
     return sa;
 }
 

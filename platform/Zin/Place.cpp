@@ -290,8 +290,10 @@ Place Place::named(std::string_view name, std::size_t position) const {
         const EntityTypeInfo& info = typeInfoOf(*entity_);
         const AttributeInfo* const found = info.attribute(name);
         if (!found) fail(info.name, "attribute", namesOf(info.attributes));
-        if (found->isMereFunction()) {
-            throw PathException(position, quoted(name) + " is a function that has no value");
+        if (found->hasNoForm()) {
+            const bool isFunction = found->kind == AttributeKind::function;
+            const char* const what = isFunction ? "function that has no value" : "reference";
+            throw PathException(position, quoted(name) + " is a " + what);
         }
         return at(*found);
     }
@@ -385,7 +387,7 @@ std::vector<Place> Place::children() const {
     std::vector<Place> below;
     if (kind_ == Kind::entity) {
         for (const AttributeInfo& attribute : typeInfoOf(*entity_).attributes) {
-            if (attribute.isMereFunction()) continue;
+            if (attribute.hasNoForm()) continue;
             Place place = at(attribute);
             if (place.exists()) below.push_back(std::move(place));
         }

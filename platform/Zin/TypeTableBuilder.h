@@ -46,6 +46,11 @@ constexpr std::string_view nameOf(const TypeInfo& type) {
     return isEntity(type) ? type.entity->name : type.value->name;
 }
 
+// The attributes that the type's base does not have.
+constexpr std::span<const AttributeInfo> ownAttributes(const EntityTypeInfo& type) {
+    return type.attributes.subspan(isNull(type.base) ? 0 : type.base->attributes.size());
+}
+
 // A number for a type that every runtime knows; 0 for one that is referred to by its name.
 constexpr std::int16_t builtinNumber(const ValueInfo& type) {
     constexpr std::array<std::int16_t, 9> unsignedOf{0, u8, u16, 0, u32, 0, 0, 0, u64};
@@ -81,11 +86,12 @@ constexpr void forEachReference(Types types, auto&& visit) {
             continue;
         }
         if (!isNull(type.entity->base)) visit(type.entity->base->name);
-        for (const AttributeInfo& attribute : type.entity->attributes) {
+        for (const AttributeInfo& attribute : ownAttributes(*type.entity)) {
             if (attribute.kind == AttributeKind::function) continue;
             ofValue(attribute.value);
             ofValue(attribute.key);
             if (!isNull(attribute.childType)) visit(attribute.childType->name);
+            if (!isNull(attribute.referencedType)) visit(attribute.referencedType->name);
         }
     }
 }
@@ -101,7 +107,7 @@ constexpr void forEachName(Types types, auto&& visit) {
             for (const std::string_view function : type.value->functions) visit(function);
             continue;
         }
-        for (const AttributeInfo& attribute : type.entity->attributes) {
+        for (const AttributeInfo& attribute : ownAttributes(*type.entity)) {
             visit(attribute.name);
             if (!attribute.keyField.empty()) visit(attribute.keyField);
         }
@@ -109,7 +115,7 @@ constexpr void forEachName(Types types, auto&& visit) {
 }
 
 constexpr std::size_t recordsOf(const TypeInfo& type) {
-    if (isEntity(type)) return type.entity->attributes.size();
+    if (isEntity(type)) return ownAttributes(*type.entity).size();
     if (type.value->kind == ValueKind::enumeration) return type.value->enumerators.size();
     return type.value->fields.size() + type.value->constants.size() +
            type.value->functions.size();
@@ -277,7 +283,9 @@ struct Builder {
             access,
             true,
             attribute.name,
-            instantiates ? reference(attribute.childType->name) : typeNumber(attribute.value),
+            instantiates                        ? reference(attribute.childType->name)
+            : !isNull(attribute.referencedType) ? reference(attribute.referencedType->name)
+                                                : typeNumber(attribute.value),
             keyWord(typeNumber(attribute.key), instantiates),
             attribute.keyField};
     }
@@ -286,7 +294,7 @@ struct Builder {
     static constexpr std::size_t
     putRecords(Writer& writer, std::size_t index, const TypeInfo& type) {
         if (isEntity(type)) {
-            for (const AttributeInfo& attribute : type.entity->attributes) {
+            for (const AttributeInfo& attribute : ownAttributes(*type.entity)) {
                 put(writer, index++, attributeRecord(attribute));
             }
             return index;
@@ -430,6 +438,8 @@ class Fingerprint {
             add(attribute.key);
             if (!isNull(attribute.childType)) {
                 add(attribute.childType->name);
+            } else if (!isNull(attribute.referencedType)) {
+                add(attribute.referencedType->name);
             } else {
                 add(attribute.value);
             }

@@ -150,8 +150,11 @@ std::string functionLine(std::uint32_t id, std::string_view name) {
 
 void addLines(Lines& lines, const Zin::EntityTypeInfo& type) {
     const auto arguments = type.constructorArguments.size();
-    lines.push_back(lineOf(0x60, type.name, type.newEntityForDir ? 1 : 0, -3, arguments));
+    const std::string base(type.base ? type.base->name : "-3");
+    lines.push_back(lineOf(0x60, type.name, type.newEntityForDir ? 1 : 0, base, arguments));
+    // Those that are inherited stand with the base.
     for (const Zin::AttributeInfo& a : type.attributes) {
+        if (type.base && type.base->attribute(a.id)) continue;
         using enum Zin::AttributeKind;
         if (a.kind == function) {
             lines.push_back(functionLine(a.id, a.name));
@@ -160,7 +163,8 @@ void addLines(Lines& lines, const Zin::EntityTypeInfo& type) {
         const bool makes = a.kind == instantiating || a.kind == singleton;
         const int kind = a.kind == collection ? 0x01 : a.kind == instantiating ? 0x21 : 0;
         const int access = makes ? 0xdd : a.writable ? 0xdc : 0x2c;
-        const std::string value = makes ? std::string(a.childType->name) : numbered(a.value);
+        const Zin::EntityTypeInfo* const entity = makes ? a.childType : a.referencedType;
+        const std::string value = entity ? std::string(entity->name) : numbered(a.value);
         const std::string name = lineOf(a.id, kind, access, 1, a.name);
         lines.push_back(lineOf(name, value, numbered(a.key), makes, 0, a.keyField));
     }
@@ -344,7 +348,7 @@ TEST(TypeTableTest, NamesTheFieldWhereTheKeyLies) {
             type->genericIfConstructFromCtorArgs(&result, arguments.pointers.data());
             const auto entity = Zin::Ptr<Zin::Entity>::adopted(result);
             for (const Zin::AttributeInfo& a : type->attributes) {
-                if (!a.isCollection()) continue;
+                if (!a.isCollection() || (type->base && type->base->attribute(a.id))) continue;
                 const std::string_view found = whereKeyLies(*entity, a);
                 const auto record = *table.record(*table.recordOf(t, a.id));
                 EXPECT_EQ(found, record.keyField) << type->name << ' ' << a.name;

@@ -207,6 +207,34 @@ void checkSingleton(Subject& subject) {
     EXPECT_EQ(subject.listener.told.size(), 1u);
 }
 
+// Entities of the type and of those that derive from it.
+void checkReference(Subject& subject) {
+    subject.refuses({del, members, version, contains});
+    subject.needs(set, nullptr, nullptr, nullptr);
+    subject.needs(get, nullptr, nullptr, nullptr);
+    Ptr<Entity> read = subject.entity;
+    EXPECT_EQ(subject.operate(get, &read), Status::done);
+    EXPECT_FALSE(read);
+    std::size_t taken = 0;
+    for (const EntityTypeInfo* type : entityTypes()) {
+        const Ptr<Entity> target = made(*type);
+        if (type->handle.isDerived(subject.of.referencedType->handle)) {
+            ++taken;
+            EXPECT_EQ(subject.operate(set, nullptr, nullptr, &target), Status::done);
+            EXPECT_EQ(subject.operate(get, &read), Status::done);
+            EXPECT_EQ(read, target);
+            EXPECT_EQ(target->parent(), nullptr);
+        } else {
+            EXPECT_THROW(subject.operate(set, nullptr, nullptr, &target), WrongType);
+        }
+    }
+    EXPECT_GT(taken, 1);
+    EXPECT_TRUE(subject.told(std::vector<std::string>(taken, std::string(subject.of.name))));
+    const Ptr<Entity> none;
+    EXPECT_EQ(subject.operate(set, nullptr, nullptr, &none), Status::done);
+    EXPECT_EQ(subject.of.child(*subject.entity), nullptr);
+}
+
 // --- Collections ---
 
 // The text of each member, or a child's name, under the text of its key.
@@ -359,6 +387,8 @@ TEST(GenericIf, EveryAttributeOfEveryTypeFollowsItsModel) {
             EXPECT_EQ(iterator(*type, subject.entity.get(), subject.attr, &ops), nullptr);
             if (attribute.kind == AttributeKind::singleton) {
                 checkSingleton(subject);
+            } else if (attribute.kind == AttributeKind::reference) {
+                checkReference(subject);
             } else if (attribute.value && attribute.key) {
                 checkFunctionOfOne(subject);
             } else if (attribute.value) {
@@ -368,15 +398,20 @@ TEST(GenericIf, EveryAttributeOfEveryTypeFollowsItsModel) {
             }
         }
     }
-    EXPECT_EQ(kinds.size(), 6u);
+    EXPECT_EQ(kinds.size(), 7u);
 }
 
 TEST(GenericIf, OthersAttributesAndEntitiesAreRefused) {
-    const auto types = entityTypes();
-    for (const EntityTypeInfo* type : types) {
-        const auto records = static_cast<std::uint32_t>(type->attributes.size());
-        const auto first = ZinAttr::of(type->handle, type->attributes[0].id).record();
-        const auto last = type->attributes.back().id;
+    const EntityTypeInfo* const bench = Zin::typeNamed("Lab::Bench").info();
+    const EntityTypeInfo* const rack = Zin::typeNamed("Lab::Rack").info();
+    for (const EntityTypeInfo* type : entityTypes()) {
+        const auto own =
+            type->attributes.subspan(type->base ? type->base->attributes.size() : 0);
+        if (own.empty()) continue;
+        const auto records = static_cast<std::uint32_t>(own.size());
+        const auto first = ZinAttr::of(type->handle, own[0].id).record();
+        const auto last = own.back().id;
+        const EntityTypeInfo* const unrelated = type == bench ? rack : bench;
         const Ptr<Entity> entity = made(*type);
         std::uint64_t result[64] = {};
         const TypeIteratorOps* ops = nullptr;
@@ -387,12 +422,12 @@ TEST(GenericIf, OthersAttributesAndEntitiesAreRefused) {
               ZinAttr(type->handle, first - 1),
               ZinAttr(type->handle, first + records),
               ZinAttr(type->handle, 0xffff),
-              ZinAttr::of(types[type == types[0]]->handle, 258)}) {
+              ZinAttr::of(unrelated->handle, 258)}) {
             const auto status = attributeOp(*type, result, entity.get(), attr, get, {}, {});
             EXPECT_EQ(status, Status::unknownAttribute) << type->name;
             EXPECT_EQ(iterator(*type, entity.get(), attr, &ops), nullptr);
         }
-        const Ptr<Entity> other = made(*types[type == types[0]]);
+        const Ptr<Entity> other = made(*unrelated);
         const ZinAttr attr(type->handle, first);
         EXPECT_THROW(attributeOp(*type, result, other.get(), attr, get, {}, {}), WrongType);
         EXPECT_THROW(attributeOp(*type, result, nullptr, attr, get, {}, {}), Null);

@@ -10,6 +10,7 @@
 #include "Pseudowire/PseudowireLdpKey.h"
 #include "Pseudowire/PwPseudowireUserKey.h"
 #include "Quib/Tristate.h"
+#include "Vorn/EthAddr.h"
 #include "Vorn/IntfId.h"
 #include "Vorn/Ip6Addr.h"
 #include "Vorn/IpGenAddr.h"
@@ -71,6 +72,9 @@ template <>
 inline constexpr bool oneTextPerValue<Vorn::Ip6Addr> = false;
 template <>
 inline constexpr bool oneTextPerValue<Vorn::IpGenAddr> = false;
+// MAC addresses may have capitals.
+template <>
+inline constexpr bool oneTextPerValue<Vorn::EthAddr> = false;
 template <>
 inline constexpr bool oneTextPerValue<Pseudowire::PseudowireLdpKey> = false;
 

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string>
 
+#include "Interface/IntfTypes.h"
 #include "Pseudowire/Dot1qTagOperation.h"
 #include "Pseudowire/PseudowireConfig.h"
 #include "Pseudowire/PseudowireConnectorStatus.h"
@@ -82,6 +83,10 @@ TEST(Enumerations, AllHaveTheirFamily) {
         OxoPw::UnprogrammedReason,
         VplsLdpPseudowireGroupConfig::MacWithdrawalPropagation,
         Tunnel::TunnelTable::TunnelType,
+        Interface::EthSpeed,
+        Interface::ForwardingModel,
+        Interface::LinkStatus,
+        Interface::OperStatus,
         Lab::Colour>();
     Zin::forEachModule([&](const Zin::ZinModule& module) {
         for (const Zin::TypeInfo& type : module.types) {

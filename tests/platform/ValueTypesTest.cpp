@@ -10,6 +10,7 @@
 #include "Bridging/Dot1qEncap.h"
 #include "Bridging/VlanId.h"
 #include "Dwil/IntfEncap.h"
+#include "Interface/IntfTypes.h"
 #include "Pseudowire/Connector.h"
 #include "Pseudowire/ConnectorKey.h"
 #include "Pseudowire/Dot1qTagOperation.h"
@@ -31,6 +32,7 @@
 #include "Quib/Tristate.h"
 #include "Routing/Rib/ResolutionRibProfileConfig.h"
 #include "Tunnel/TunnelTable/TunnelId.h"
+#include "Vorn/EthAddr.h"
 #include "Vorn/IntfId.h"
 #include "Vorn/IntfIdKinds.h"
 #include "Vorn/Ip6Addr.h"
@@ -46,6 +48,7 @@ using ValueTypes = testing::Types<
     Vorn::MplsLabel,
     Vorn::Ip6Addr,
     Vorn::IpGenAddr,
+    Vorn::EthAddr,
     Bridging::VlanId,
     Bridging::VlanIdOrNone,
     Bridging::VlanIdOrAny,
@@ -79,7 +82,9 @@ using ValueTypes = testing::Types<
     Pseudowire::VplsLdpPseudowireConfig,
     Pseudowire::VplsVlanConfig,
     Pseudowire::VplsForwardingStatusPseudowire,
-    Pseudowire::VplsForwardingStatusVlan>;
+    Pseudowire::VplsForwardingStatusVlan,
+    Interface::OperStatusChange,
+    Interface::PortId>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, ValueLaws, ValueTypes);
 
 // Peers count on these.
@@ -121,6 +126,20 @@ struct Refused {
     const char* text;
     const char* why;
 };
+
+TEST(EthAddr, IsReadAsSixPairs) {
+    EXPECT_EQ(
+        Vorn::EthAddr::fromStringValue("00:1B:21:3c:9D:f8").stringValue(),
+        "00:1b:21:3c:9d:f8");
+    for (const char* const text :
+         {"",
+          "00:1b:21:3c:9d",
+          "00:1b:21:3c:9d:f8:",
+          "0:01b:21:3c:9d:f8",
+          "001b:21:3c:9d:f8:1"}) {
+        EXPECT_EQ(refusal<Vorn::EthAddr>(text), "at 0") << text;
+    }
+}
 
 TEST(IntfId, StoredNumbersAndNamesBelongTogether) {
     struct Name {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Zin/Exceptions.h"
-#include "frame/AttributeLog.h"
+#include "frame/TypeImpl.h"
 #include "laws/RandomValue.h"
 #include "support/RootTypes.h"
 
@@ -84,6 +84,20 @@ struct frame::AttributeLogOf<T, support::Mutators> {
             } else {
                 entity.template singletonDel<A::member>();
             }
+        } else if constexpr (A::kind == AttributeKind::reference) {
+            // No stream carries it.
+            using Target = typename Zin::PointeeOf<V>::Type;
+            V target;
+            typename Target::ConstructorArguments arguments;
+            std::apply(
+                [&](auto&... each) {
+                    ((each = support::randomSound<std::remove_reference_t<decltype(each)>>(
+                          random)),
+                     ...);
+                    if (dice < 12) target = make<Target>(each...);
+                },
+                arguments);
+            entity.template valueIs<A::member>(target);
         } else if constexpr (InstantiatingCollection<V>) {
             const auto name = key<typename V::Key>(random);
             const auto child = childIn(stored, name);
@@ -133,6 +147,12 @@ struct frame::AttributeLogOf<T, support::Mutators> {
     static void step(Zin::Entity& given, laws::Random& random) {
         T& entity = static_cast<T&>(given);
         constexpr std::size_t count = decltype(T::schema())::size;
+        if constexpr (DerivedEntity<T>) {
+            constexpr std::size_t inherited = AttributesOf<BaseOf<T>>::all.size();
+            if (laws::below(random, inherited + count) < inherited) {
+                return AttributeLogOf<BaseOf<T>, support::Mutators>::step(given, random);
+            }
+        }
         auto left = static_cast<std::size_t>(laws::below(random, count));
         bool done = false;
         // An attribute that nobody changes leaves the turn to the next one.

@@ -9,6 +9,7 @@
 #include "Pseudowire/PwRemoteConnector.h"
 #include "Pseudowire/PwRunnability.h"
 #include "Pseudowire/VplsConfig.h"
+#include "Pseudowire/VplsEthIntfStatus.h"
 #include "Pseudowire/VplsForwardingStatus.h"
 #include "laws/RandomPlatformValues.h"
 #include "support/LabTypes.h"
@@ -31,6 +32,7 @@ constexpr EntityType types[] = {
     entityType<Pseudowire::PseudowireAttributeStatusColl>(),
     entityType<Pseudowire::VplsConfig>(),
     entityType<Pseudowire::VplsForwardingStatus>(),
+    entityType<Pseudowire::VplsEthIntfStatusDir>(),
 };
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "corra/Locate.h"
 #include "corra/ShellLine.h"
 #include "corra/Source.h"
+#include "corra/Why.h"
 
 namespace corra {
 
@@ -199,12 +200,19 @@ std::vector<Candidate> valueCandidates(const Roots& roots, const std::string& pa
     return candidates;
 }
 
+std::vector<Candidate> nameCandidates(const Roots& roots) {
+    std::vector<Candidate> candidates;
+    for (std::string& name : namesIn(roots)) candidates.push_back({std::move(name)});
+    return candidates;
+}
+
 std::vector<Candidate> candidatesFor(const Cursor& cursor, const std::string& begun) {
     const std::string& kind = cursor.argument()->get_type_name();
     const auto roots = [&] {
         return Source({cursor.at(), patience}).roots();
     };
     if (kind == argument::path) return pathCandidates(roots(), begun);
+    if (kind == argument::name) return nameCandidates(roots());
     if (kind == argument::value) return valueCandidates(roots(), cursor.path());
     if (kind == argument::source) return sourceCandidates(begun);
     if (kind == argument::address) return addressCandidates(begun);

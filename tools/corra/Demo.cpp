@@ -4,15 +4,19 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
+#include <set>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
-#include "Pseudowire/PseudowireConfig.h"
 #include "corra/Console.h"
 #include "corra/Dump.h"
 #include "corra/Import.h"
 #include "corra/MirrorProcess.h"
+#include "corra/Roots.h"
+#include "corra/WhyChanges.h"
 
 namespace corra {
 
@@ -65,21 +69,24 @@ class Demo {
 
   private:
     void play(const std::filesystem::path& capture);
-    void importCapture(const std::filesystem::path& capture);
+    void exportNew();
     void showChanges(const std::vector<std::string>& changes) const;
     void showHolding(const char* who, const std::string& state) const;
     void compare(const std::string& mirrored);
+    void explain();
 
     const DemoOptions& options_;
-    const Zin::Ptr<Pseudowire::Config> config_ = Pseudowire::configFactory("pw");
+    Roots roots_;
+    std::set<Zin::String> exported_;
     Zin::NboAttrLog::Exports exports_;
     std::unique_ptr<MirrorProcess> mirror_;
     std::size_t unequal_ = 0;
+    // After the capture before.
+    std::optional<Overview> overview_;
 };
 
 int Demo::run() {
     const auto captures = capturesIn(options_.directory);
-    exports_.exportIs("pw", config_);
     for (const auto& capture : captures) {
         play(capture);
         flushOutput();
@@ -98,7 +105,8 @@ int Demo::run() {
 
 void Demo::play(const std::filesystem::path& capture) {
     printLine("== " + capture.filename().string());
-    importCapture(capture);
+    for (const std::string& left : importCapture(capture.string(), roots_)) say(left);
+    exportNew();
     MirrorProcess::Told told;
     if (!mirror_) {
         mirror_ = std::make_unique<MirrorProcess>(exports_);
@@ -110,7 +118,7 @@ void Demo::play(const std::filesystem::path& capture) {
     } else {
         told = mirror_->barrier();
         if (told.changes.empty()) {
-            printLine("the configuration is the same as before: 0 changes, nothing was told");
+            printLine("the state is the same as before: 0 changes, nothing was told");
         } else {
             printLine("the mirror was told of these changes:");
         }
@@ -121,11 +129,23 @@ void Demo::play(const std::filesystem::path& capture) {
         "; sent to the mirror: " + counted(told.messages, "message", "messages") + ", " +
         counted(told.bytes, "byte", "bytes"));
     compare(told.state);
+    explain();
 }
 
-void Demo::importCapture(const std::filesystem::path& capture) {
-    const std::string file = runningConfigFile(capture.string());
-    for (const auto& diagnostic : importFile(file, *config_)) say(located(file, diagnostic));
+// A capture updates the trees of the one before.
+void Demo::exportNew() {
+    for (const auto& [name, root] : roots_) {
+        if (exported_.insert(name).second) exports_.exportIs(name, root);
+    }
+}
+
+void Demo::explain() {
+    Overview now = overview(roots_);
+    printLine("what came of it:");
+    for (const std::string& line : changedLines(overview_ ? &*overview_ : nullptr, now)) {
+        printLine("   " + line);
+    }
+    overview_ = std::move(now);
 }
 
 void Demo::showChanges(const std::vector<std::string>& changes) const {
@@ -148,7 +168,10 @@ void Demo::showHolding(const char* who, const std::string& state) const {
 }
 
 void Demo::compare(const std::string& mirrored) {
-    const std::string owned = dump("pw", *config_);
+    std::string owned;
+    for (const auto& [name, root] : roots_) {
+        owned += dump(pathOfRoot(name.view(), *root), *root);
+    }
     showHolding("   owner:  ", owned);
     showHolding("   mirror: ", mirrored);
     if (owned == mirrored) {

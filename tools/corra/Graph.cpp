@@ -13,6 +13,7 @@
 #include "Pseudowire/VplsConfig.h"
 #include "Vorn/MplsLabel.h"
 #include "Zin/ValueInfoOf.h"
+#include "corra/WhyStatus.h"
 #include "frame/TypeImpl.h"
 
 namespace corra {
@@ -34,8 +35,11 @@ using Status = ::Pseudowire::PseudowireConnectorStatus;
 using Health = Graph::Health;
 using Kind = Graph::Kind;
 
-std::string textOf(Status status) {
-    return Zin::textOf(status);
+// Empty where nothing is known.
+std::string textOf(Status status, const std::set<Vorn::IpGenAddr>& peers = {}) {
+    if (status == Status::unknown) return {};
+    if (status == Status::up) return "up";
+    return peers.size() == 1 ? wordsOf(status, Zin::textOf(*peers.begin())) : wordsOf(status);
 }
 
 Health healthOf(Status status) {
@@ -259,10 +263,7 @@ class Drawing {
     }
 
     Graph::Node& add(Kind kind, const std::string& id, std::string name, Health health) {
-        return nodes_[id] = Graph::Node{kind, id, std::move(name), {}, health};
-    }
-    static void note(Graph::Node& node, std::string detail) {
-        if (!detail.empty()) node.details.push_back(std::move(detail));
+        return nodes_[id] = Graph::Node{kind, id, std::move(name), {}, {}, health};
     }
     void connect(
         const std::string& from,
@@ -283,8 +284,7 @@ class Drawing {
         if (known) status = known->status();
         if (status == Status::unknown) status = configuredStatus(key);
         statuses_[idOf(key)] = status;
-        Graph::Node& node = add(Kind::circuit, idOf(key), nameOf(key), healthOf(status));
-        if (status != Status::unknown) note(node, textOf(status));
+        add(Kind::circuit, idOf(key), nameOf(key), healthOf(status)).state = textOf(status);
     }
 
     // The status of the pseudowire of a connector, whichever kind of user it is signalled for.
@@ -356,7 +356,7 @@ class Drawing {
         }
         // No address.
         peers.erase(Vorn::IpGenAddr());
-        if (pwId != 0) note(node, "pw-id " + Zin::textOf(pwId));
+        if (pwId != 0) node.details.push_back("pw-id " + Zin::textOf(pwId));
         std::string peerLabels;
         for (const Vorn::IpGenAddr& each : peers) {
             peers_[each].add(status);
@@ -366,8 +366,9 @@ class Drawing {
             peerLabels += textOf(known->peerInfo(each).peerLabel());
         }
         if (peerLabels.empty()) peerLabels = "-";
-        if (known) note(node, "labels " + textOf(known->localLabel()) + '/' + peerLabels);
-        if (status != Status::unknown) note(node, textOf(status));
+        if (known)
+            node.details.push_back("labels " + textOf(known->localLabel()) + '/' + peerLabels);
+        node.state = textOf(status, peers);
     }
 
     void connectConnector(const ConnectorKey& key, const std::string& service) {
@@ -385,7 +386,7 @@ class Drawing {
         }
         Graph::Node& node =
             add(Kind::patch, idOfPatch(name), std::string(name.view()), healthOf(status));
-        if (status != Status::unknown) note(node, textOf(status));
+        node.state = textOf(status);
         for (const ConnectorKey& key : joined) connectConnector(key, node.id);
     }
 
@@ -414,8 +415,10 @@ class Drawing {
             for (const std::string& pseudowire : found->second) take(pseudowire, groupName);
         });
         Graph::Node& node = add(Kind::instance, id, std::string(name.view()), tally.health());
-        note(node, textOf(instance.vlan()));
-        note(node, tally.text());
+        if (const std::string vlans = textOf(instance.vlan()); !vlans.empty()) {
+            node.details.push_back(vlans);
+        }
+        node.state = tally.text();
         if (!config_) return;
         for (const ConnectorKey& key : connectors_) {
             if (!key.isLocal() || inPatches_.contains(key)) continue;
@@ -428,8 +431,8 @@ class Drawing {
 
     void addPeer(const Vorn::IpGenAddr& peer, const Tally& tally) {
         Graph::Node& node = add(Kind::peer, idOf(peer), Zin::textOf(peer), tally.health());
-        note(node, tally.text());
-        if (tally.hasNoSession()) note(node, textOf(Status::noSession));
+        node.state = tally.text();
+        if (tally.hasNoSession()) node.state += ", no session";
     }
 
     // Before the roots, which note what they miss.

@@ -1,7 +1,7 @@
 // The services of a router as a graph, for `corra graph`: from left to right circuits, services
 // (patches and VPLS instances), pseudowires, peers.
 //
-//     eth4.303 -- ACME -- pw1, 1001, labels 16/17, mtuMismatch -- 2.2.2.2
+//     eth4.303 -- ACME -- pw1, pw-id 1001, labels 16/17, the MTUs differ -- 2.2.2.2
 //
 // A pseudowire is a node in the line from its service to its peer: it may belong to several
 // services, or to none that is known. Texts may hold any bytes.
@@ -37,6 +37,8 @@ struct Graph {
         // What people call it.
         std::string name;
         std::vector<std::string> details;
+        // Up, or why not, in words; empty for what is unknown.
+        std::string state;
         Health health = Health::unknown;
     };
 

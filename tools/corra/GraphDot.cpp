@@ -92,13 +92,15 @@ std::string invisible(const std::string& from, const std::string& to) {
 
 std::string labelOf(const Graph::Node& node) {
     std::string label = drawable(node.name);
-    // Pseudowires stand in a line.
-    const char* separator = node.kind == Kind::pseudowire ? ", " : "\n";
+    // What tells pseudowires apart stands in one line.
+    const bool isPseudowire = node.kind == Kind::pseudowire;
+    const char* separator = isPseudowire ? ", " : "\n";
     for (const std::string& detail : node.details) {
         label += separator + drawable(detail);
         separator = ", ";
     }
-    return label;
+    if (node.state.empty()) return label;
+    return label + (isPseudowire ? "\n" : separator) + drawable(node.state);
 }
 
 std::string legend(const Graph& graph) {
@@ -153,7 +155,7 @@ std::string drawable(std::string_view bytes) {
 std::string dotOf(const Graph& graph) {
     std::string text =
         "graph services {\n"
-        "    graph [rankdir=LR, ranksep=1.1, nodesep=0.08, fontname=\"Helvetica,Arial,sans\", "
+        "    graph [rankdir=LR, ranksep=0.9, nodesep=0.08, fontname=\"Helvetica,Arial,sans\", "
         "fontsize=11]\n"
         "    node [fontname=\"Helvetica,Arial,sans\", fontsize=11, height=0.2, "
         "margin=\"0.08,0.03\"]\n"

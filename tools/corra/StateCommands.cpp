@@ -1,4 +1,4 @@
-// dump, get, diff, export and graph read a state; set, del and import change one.
+// dump, get, why, diff, export and graph read a state; set, del and import change one.
 
 #include "corra/Commands.h"
 #include "corra/Diff.h"
@@ -6,6 +6,7 @@
 #include "corra/Export.h"
 #include "corra/GraphCommand.h"
 #include "corra/Show.h"
+#include "corra/WhyCommand.h"
 
 namespace corra {
 
@@ -51,6 +52,33 @@ void addGet(Commands& commands) {
         "  corra get --at unix:pw.sock pw.mtu\n"
         "  corra get --at pw.json \"pw.connector[ldp:'pw1'].ldpKey\"\n",
         {aboutSources, aboutPaths});
+}
+
+void addWhy(Commands& commands) {
+    const auto [app, options] = commands.add<WhyOptions>(
+        "why",
+        "Say whether something is up and, if not, the chain of reasons",
+        why);
+    app.add_option(
+           "NAME",
+           options.name,
+           "A patch, a pseudowire, an interface, the address of a peer or a local label; "
+           "default: all that is not up")
+        ->type_name(argument::name);
+    addAt(app, options.source.at);
+    addJson(app, options.json, "Show JSON: an array of answers");
+    addPatience(app, options.source.patience);
+    addFooter(
+        app,
+        "  corra why --at examples/pe1/t2-pe3-gone\n"
+        "  corra why --at unix:pw.sock eline-6\n"
+        "  corra why --at unix:pw.sock 3.3.3.3\n"
+        "  corra why --at unix:pw.sock \"ldp:'pw6-2'\"\n",
+        {"The chain leads from effect to cause; a path behind \"see\" is one for corra get.\n"
+         "It ends with 0 when what was asked about is up, and with 1 when it is not, when that "
+         "is\n"
+         "not known, and when nothing has the name.",
+         aboutSources});
 }
 
 void addDiff(Commands& commands) {
@@ -190,6 +218,7 @@ void addImport(Commands& commands) {
 void addReading(Commands& commands) {
     addDump(commands);
     addGet(commands);
+    addWhy(commands);
     addDiff(commands);
     addExport(commands);
     addGraph(commands);

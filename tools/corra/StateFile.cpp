@@ -272,7 +272,7 @@ void readRoot(
 bool isInStateFile(const EntityTypeInfo& type, const AttributeInfo& attribute) {
     const bool isArgument = attribute.kind == AttributeKind::constructorParameter &&
                             attribute.id != type.constructorAttributeIds[0];
-    return attribute.writable || isArgument;
+    return (attribute.writable && !attribute.hasNoForm()) || isArgument;
 }
 
 std::string_view fieldInKey(const AttributeInfo& collection) {

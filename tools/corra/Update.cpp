@@ -100,6 +100,7 @@ void updateAll(Entity& target, const Entity& source) {
             case AttributeKind::singleton:
                 updateSingleChild(target, source, attribute);
                 break;
+            case AttributeKind::reference:
             case AttributeKind::function:
             case AttributeKind::constructorParameter:
                 break;
