@@ -300,7 +300,7 @@ class ZIN_EXPORT PatchRemoteConnectorStatus final
     void vidNormalizationIs(Fxc::VidNormalization vidNormalization) {
         valueIs<&PatchRemoteConnectorStatus::vidNormalization_>(vidNormalization);
     }
-    // In bytes, as it is announced to the peer.
+    // In bytes, as the peer announced it; 0 when it announced none.
     std::uint32_t mtu() const { return mtu_; }
     void mtuIs(std::uint32_t mtu) { valueIs<&PatchRemoteConnectorStatus::mtu_>(mtu); }
 

@@ -172,6 +172,25 @@ TEST_F(ProcessTest, AMirrorIsResynchronisedWhenTheServerComesBack) {
     EXPECT_EQ(differences(t0_, t3_), sorted(told.changes));
 }
 
+// Roots come and go with the files of the capture.
+TEST_F(ProcessTest, AllThatACaptureSaysIsServed) {
+    Tool server = served();
+    for (const char* const moment : {"t1-converged", "t3-pe3-back-reconfigured"}) {
+        std::filesystem::copy(
+            captureDirectory(moment),
+            capture_,
+            std::filesystem::copy_options::recursive |
+                std::filesystem::copy_options::overwrite_existing);
+        server.kill(SIGHUP);
+        Tool same({"diff", address_, captureDirectory(moment)});
+        EXPECT_EQ("", same.rest());
+        EXPECT_EQ(0, same.wait());
+    }
+    std::filesystem::remove(capture_ + "/l2vpn-atom-binding.json");
+    server.kill(SIGHUP);
+    EXPECT_EQ(dumpOf(imported(t3_)), stateOnce());
+}
+
 TEST_F(ProcessTest, ABadCaptureLeavesTheServedStateAsItIs) {
     Tool server = served();
     std::ofstream(capture_ + "/running-config.txt") << "l2vpn A type vpls\n mtu many\nexit\n";

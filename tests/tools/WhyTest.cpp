@@ -123,6 +123,7 @@ struct Lab {
             {"panel", panel},
             {"signalling", signalling},
             {"labels", labels},
+            {"vpls", vplsConfig},
             {"hardware", hardware},
             {"forwarding", forwarding}};
         for (const char* const name : absent) all.erase(name);
@@ -134,6 +135,7 @@ struct Lab {
     const Zin::Ptr<PseudowireAttributeStatusColl> signalling =
         pseudowireAttributeStatusCollFactory("signalling");
     const Zin::Ptr<LabelBindingColl> labels = labelBindingCollFactory("labels");
+    const Zin::Ptr<VplsConfig> vplsConfig = vplsConfigFactory("vpls");
     const Zin::Ptr<OxoPw::PwHwStatus> hardware = OxoPw::pwHwStatusFactory("hardware");
     const Zin::Ptr<Status> forwarding = statusFactory("forwarding");
     const ConnectorKey circuit = localKey("eth9.901");
@@ -539,6 +541,38 @@ TEST(Why, EveryKindOfNameIsKnown) {
     EXPECT_EQ(Names{}, corra::namesLike(lab.roots(), "nothing like it"));
 }
 
+TEST(Why, AnInstanceIsUpWhenItsPseudowiresAre) {
+    Lab lab;
+    lab.add(lab.wire("spare", "5.5.5.5", false), 1008, 28);
+    Lab::Wire found = lab.wire("discovered", "6.6.6.6", false);
+    found.user.userTypeIs(PseudowireUserKey::UserType::vplsLdpProfileAndPeer);
+    lab.add(found, 1009, 29);
+    const auto instance = lab.vplsConfig->instanceIs("corp");
+    EXPECT_EQ("it has no pseudowires", explained(lab, "corp").summary);
+    const auto group = instance->ldpPseudowireGroupIs("core", true);
+    group->pseudowireIs({"pw7", false, 0});
+    group->pseudowireIs({"spare", true, 10});
+    group->pseudowireBgpAutoDiscoveryProfileIs("discovered");
+    lab.state(lab.wire("spare", "5.5.5.5", false), standby);
+    EXPECT_EQ(" is up.", explained(lab, "corp").headline);
+    EXPECT_EQ("", chain(explained(lab, "corp")));
+
+    lab.state(lab.vpls, noTunnel);
+    const Answer answer = explained(lab, "corp");
+    EXPECT_EQ(Verdict::down, answer.verdict);
+    EXPECT_EQ(" is up in part only.", answer.headline);
+    EXPECT_EQ("pw7: no tunnel leads to 4.4.4.4", answer.summary);
+    EXPECT_TRUE(chain(answer).starts_with(
+        "instance corp: 2 of 3 pseudowires are up.\n"
+        "  group core.\n"
+        "    connector ldp:'pw7' stands for pseudowire pw7 (4.4.4.4:1007).\n"
+        "      pseudowire pw7 (4.4.4.4:1007): no tunnel leads to 4.4.4.4.\n"))
+        << chain(answer);
+    group->pseudowireIs({"who", false, 0});
+    EXPECT_HAS(chain(explained(lab, "corp")), "pseudowire who: nothing else is known of it.");
+    EXPECT_EQ(0U, corra::overview(lab.roots()).counts[2].up);
+}
+
 // Keys of kinds that only a newer build knows are no reason to stop.
 TEST(Why, KeysOfUnknownKindsAreTolerated) {
     Lab lab;
@@ -591,7 +625,7 @@ TEST(WhyChanges, AreGroupedByReason) {
     lab.state(lab.wire("v3", "5.5.5.5", false), standby);
     EXPECT_HAS(
         joined(corra::changedLines(&broken, corra::overview(lab.roots()))),
-        "still not up, now for another reason: v3: another pseudowire");
+        "down for another reason: v3: another pseudowire");
 }
 
 // --- The command ---
@@ -650,13 +684,20 @@ TEST_F(WhyCommandTest, AnswersAlikeWhateverTheSource) {
         EXPECT_EQ(1, all.status);
         EXPECT_EQ(
             "patch metro: MTU 1500 here and 9000 at 3.3.3.3\n"
-            "0 of 1 patches up, 1 of 2 pseudowires up\n",
+            "0 of 1 patches up, 1 of 2 pseudowires up, 0 of 0 instances up\n",
             all.output);
         const auto json = nlohmann::json::parse(why({"metro", "--json"}, at).output);
         EXPECT_EQ("down", json[0]["verdict"]);
         EXPECT_EQ("MTU 1500 here and 9000 at 3.3.3.3", json[0]["summary"]);
         EXPECT_EQ("panel.patch['metro'].status", json[0]["reasons"][0]["places"][0]);
         EXPECT_EQ(2U, nlohmann::json::parse(why({"--json"}, at).output).size());
+        // What a chain points at can be looked at.
+        corra::test::Tool get(
+            {"get",
+             json[0]["reasons"][0]["causes"][0]["causes"][0]["places"].back(),
+             "--at",
+             at});
+        EXPECT_HAS(get.rest(), "mtu=9000");
         EXPECT_EQ(1, why({"mertro"}, at).status);
         EXPECT_EQ(2, why({"metro", "more"}, at).status);
     }

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <system_error>
@@ -11,6 +12,9 @@
 #include "Vorn/IntfIdKinds.h"
 #include "Zin/Exceptions.h"
 #include "corra/ConfigLine.h"
+#include "corra/PanelOf.h"
+#include "corra/SignallingState.h"
+#include "corra/Update.h"
 
 namespace corra {
 
@@ -128,15 +132,60 @@ void addWarnings(RouterConfig& router) {
     }
 }
 
+struct Parsed {
+    Wanted wanted;
+    std::vector<RouterConfig::Diagnostic> diagnostics;
+};
+
+Parsed parsedConfig(std::string_view text, std::string_view file) {
+    RouterConfig router = parseRouterConfig(text, file);
+    Wanted wanted = wantedBy(router, file);
+    addWarnings(router);
+    return {std::move(wanted), std::move(router.diagnostics)};
+}
+
+// Nothing when there is no such file. Throws std::system_error when it cannot be read.
+std::optional<std::string> contentsOf(const std::string& file) {
+    errno = 0;
+    const std::ifstream in(file, std::ios::binary);
+    if (!in.is_open() && errno == ENOENT) return std::nullopt;
+    std::ostringstream text;
+    if (in.is_open()) text << in.rdbuf();
+    // An empty file fails to be copied, too, but without an error of the system.
+    if (!in.is_open() || (!text && errno != 0)) {
+        throw std::system_error(errno, std::generic_category(), file);
+    }
+    return std::move(text).str();
+}
+
+// Nothing when the router was not asked for its bindings.
+std::optional<RouterSignalling> signallingIn(const std::string& directory, Warnings& warnings) {
+    const auto path = [&](const char* name) {
+        return directory + '/' + name;
+    };
+    const std::string bindings = path("l2vpn-atom-binding.json");
+    const std::string circuits = path("l2vpn-atom-vc.json");
+    const std::string sessions = path("mpls-ldp-neighbor.json");
+    RouterSignalling signalling;
+    const auto text = contentsOf(bindings);
+    if (!text) return std::nullopt;
+    signalling.bindings = parseRouterBindings(*text, bindings, warnings);
+    if (const auto found = contentsOf(circuits)) {
+        signalling.circuits = parseRouterCircuits(*found, circuits, warnings);
+    }
+    if (const auto found = contentsOf(sessions)) {
+        signalling.sessions = parseRouterSessions(*found, sessions, warnings);
+    }
+    return signalling;
+}
+
 }  // namespace
 
 std::vector<RouterConfig::Diagnostic>
 importRouterConfig(std::string_view text, std::string_view file, Config& config) {
-    RouterConfig router = parseRouterConfig(text, file);
-    const Wanted wanted = wantedBy(router, file);
-    addWarnings(router);
-    apply(wanted, config);
-    return std::move(router.diagnostics);
+    Parsed parsed = parsedConfig(text, file);
+    apply(parsed.wanted, config);
+    return std::move(parsed.diagnostics);
 }
 
 std::string runningConfigFile(std::string_view captureDirectory) {
@@ -144,29 +193,52 @@ std::string runningConfigFile(std::string_view captureDirectory) {
 }
 
 std::vector<RouterConfig::Diagnostic> importFile(const std::string& file, Config& config) {
-    errno = 0;
-    const std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    if (in.is_open()) text << in.rdbuf();
-    // An empty file fails to be copied, too, but without an error of the system.
-    if (!in.is_open() || (!text && errno != 0)) {
-        throw std::system_error(errno, std::generic_category(), file);
-    }
-    return importRouterConfig(text.view(), file, config);
+    const auto text = contentsOf(file);
+    if (!text) throw std::system_error(ENOENT, std::generic_category(), file);
+    return importRouterConfig(*text, file, config);
 }
 
-std::vector<std::string> importCapture(const std::string& directory, Roots& roots) {
+Warnings importCapture(const std::string& directory, Roots& roots) {
     const std::string file = runningConfigFile(directory);
+    const auto text = contentsOf(file);
+    if (!text) throw std::system_error(ENOENT, std::generic_category(), file);
+    const Parsed parsed = parsedConfig(*text, file);
+    Warnings warnings;
+    for (const auto& diagnostic : parsed.diagnostics) {
+        warnings.push_back(located(file, diagnostic));
+    }
+    const auto signalling = signallingIn(directory, warnings);
+
     const auto held = roots.find("pw");
     const auto config = held == roots.end()
                             ? Pseudowire::configFactory("pw")
                             : Zin::Ptr<Config>(static_cast<Config*>(held->second.get()));
-    std::vector<std::string> left;
-    for (const auto& diagnostic : importFile(file, *config)) {
-        left.push_back(located(file, diagnostic));
+    Roots derived;
+    if (signalling) {
+        // The rest is derived from what the configuration is going to be.
+        const auto configured = Pseudowire::configFactory("pw");
+        update(*configured, *config);
+        apply(parsed.wanted, *configured);
+        const auto state = signallingStateOf(*signalling, *configured, warnings);
+        derived["labels"] = state.labels;
+        derived["signalling"] = state.statuses;
+        derived["panel"] = panelOf("panel", *configured, *state.statuses);
     }
+
+    apply(parsed.wanted, *config);
     roots["pw"] = config;
-    return left;
+    for (const char* const name : {"labels", "signalling", "panel"}) {
+        const auto wanted = derived.find(name);
+        const auto target = roots.find(name);
+        if (wanted == derived.end()) {
+            roots.erase(name);
+        } else if (target == roots.end()) {
+            roots.insert(*wanted);
+        } else {
+            update(*target->second, *wanted->second);
+        }
+    }
+    return warnings;
 }
 
 }  // namespace corra

@@ -1,4 +1,5 @@
-// Brings the pseudowires of a router's configuration into a Pseudowire::Config.
+// Brings what a router printed into entity trees: its configuration into a Pseudowire::Config,
+// its signalling into label bindings, statuses and the patch panel (docs/captures.md).
 //
 // Each `member pseudowire` becomes an LDP connector, each `member interface` a local one, and
 // an instance with exactly one of both becomes a patch of its name that joins them. The Config
@@ -16,6 +17,7 @@
 #include "Pseudowire/PseudowireConfig.h"
 #include "corra/Roots.h"
 #include "corra/RouterConfig.h"
+#include "corra/RouterSignalling.h"
 
 namespace corra {
 
@@ -33,8 +35,11 @@ std::vector<RouterConfig::Diagnostic> importFile(
     const std::string& file,
     Pseudowire::Config& config);
 
-// The root "pw" that a capture describes: made, or updated when `roots` holds it. Returns what
-// was left out, a line each with its place in the file. Throws as importFile() does.
-std::vector<std::string> importCapture(const std::string& directory, Roots& roots);
+// The roots that a capture describes: made, or updated when `roots` holds them. "pw" is always
+// there; "labels", "signalling" and "panel" are when the router was asked for its bindings, and
+// are taken out of `roots` when it was not. Returns what was left out and what contradicts
+// itself, a line each with its place. Throws as importFile() does, and StateError; nothing has
+// changed then.
+Warnings importCapture(const std::string& directory, Roots& roots);
 
 }  // namespace corra

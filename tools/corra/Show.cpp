@@ -56,7 +56,9 @@ int show(const ShowOptions& options, bool wantsValue) {
         say("there is no " + options.path);
         return exitFailed;
     }
-    if (!wantsValue || !at->place.type()) {
+    // Of a collection inside of a value the text says nothing, its facts do.
+    const Zin::ValueInfo* const type = at->place.type();
+    if (!wantsValue || !type || type->holdsCollection()) {
         return printFacts(factsAt(source.roots(), options.path), options.json);
     }
     printValue(*at, options.json);

@@ -1,4 +1,4 @@
-// What is wrong with a state file, and where.
+// What is wrong with a state file, or other JSON, and where.
 //
 //     pe1.json: /roots/pw/attributes/mtu: expected a whole number from 0 to 4294967295, found
 //     -1 pe1.json:7:13: unexpected '}', expected string literal

@@ -1,6 +1,6 @@
-// JSON text (RFC 8259) as a state file holds it: UTF-8, no name twice in one object, nested no
-// deeper than a bound. Linear in the length of the text, times the logarithm of the size of an
-// object; never recursive.
+// JSON text (RFC 8259) as state files and captures hold it: UTF-8, no name twice in one object,
+// nested no deeper than a bound. Linear in the length of the text, times the logarithm of the
+// size of an object; never recursive.
 
 #pragma once
 

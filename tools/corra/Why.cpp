@@ -46,7 +46,8 @@ Answer answerOf(std::string_view kind, std::string name, Doing doing) {
 Reason consequence(const std::string& what, const Doing& doing) {
     const std::string how =
         doing.verdict == Verdict::down ? " is down: " : " is perhaps not up: ";
-    return {Reason::Kind::cause, what + how + doing.summary, doing.reason.places, {}};
+    auto places = doing.place.empty() ? doing.reason.places : std::vector{doing.place};
+    return {Reason::Kind::cause, what + how + doing.summary, std::move(places), {}};
 }
 
 // --- Kinds of things that have names ---
@@ -105,6 +106,20 @@ std::set<ConnectorKey> circuitsIn(const WhyState& state) {
         for (auto it = state.panel->localConnStatus().iteratorConst(); it; ++it) add(it.key());
     }
     return circuits;
+}
+
+void answerInstance(
+    const Explainer& explainer,
+    std::string_view name,
+    std::vector<Answer>& to) {
+    const auto& vpls = explainer.state().vpls;
+    const auto instance = vpls ? vpls->instance(Zin::String(name)) : nullptr;
+    if (!instance) return;
+    Doing doing = explainer.instance(*instance);
+    const bool isUpInPart = doing.isUpInPart;
+    Answer answer = answerOf("instance", std::string(name), std::move(doing));
+    if (isUpInPart) answer.headline = " is up in part only.";
+    to.push_back(std::move(answer));
 }
 
 void answerCircuit(const Explainer& explainer, std::string_view name, std::vector<Answer>& to) {
@@ -182,6 +197,13 @@ void pseudowireNames(const WhyState& state, std::set<std::string>& names) {
     for (const KnownPseudowire& each : state.pseudowires()) names.insert(each.name);
 }
 
+void instanceNames(const WhyState& state, std::set<std::string>& names) {
+    if (!state.vpls) return;
+    for (auto it = state.vpls->instance().iteratorConst(); it; ++it) {
+        names.insert(std::string(it.key().view()));
+    }
+}
+
 void circuitNames(const WhyState& state, std::set<std::string>& names) {
     for (const ConnectorKey& key : circuitsIn(state))
         names.insert(textOfValue(key.localIntfId()));
@@ -198,6 +220,7 @@ constexpr struct {
     void (*addNames)(const WhyState&, std::set<std::string>& names);
 } kinds[] = {
     {answerPatch, patchNames},
+    {answerInstance, instanceNames},
     {answerPseudowire, pseudowireNames},
     {answerCircuit, circuitNames},
     {answerPeer, peerNames},
@@ -264,6 +287,13 @@ Overview overview(const Roots& roots) {
         if (!state.isInPatch(each)) all.answers.push_back(std::move(answer));
     }
     all.counts = {patches, pseudowires};
+    if (state.vpls) {
+        Overview::Count instances{"instance"};
+        for (auto it = state.vpls->instance().iteratorConst(); it; ++it) {
+            countIn(instances, explainer.instance(*it.value()).verdict);
+        }
+        all.counts.push_back(instances);
+    }
     if (!state.config) all.missing.push_back(missingRoot(state.config, "the configuration"));
     if (!state.signalling) all.missing.push_back(missingRoot(state.signalling, "signalling"));
     if (!state.panel) all.missing.push_back(missingRoot(state.panel, "circuits and patches"));

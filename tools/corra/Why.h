@@ -1,6 +1,7 @@
-// `corra why`: whether a patch, a pseudowire, a circuit or what hangs on a peer is up and, if
-// not, the chain of reasons from effect to cause. All of it is read from entity trees, found by
-// their types; what is not there is named as missing, and what contradicts itself is said.
+// `corra why`: whether a patch, a pseudowire, an instance of VPLS, a circuit or what hangs on a
+// peer is up and, if not, the chain of reasons from effect to cause. All of it is read from
+// entity trees, found by their types; what is not there is named as missing, and what
+// contradicts itself is said.
 //
 // The explanation is data: functions of the trees alone, which hold on to nothing and change
 // nothing. Linear in the size of the trees.
@@ -36,7 +37,7 @@ struct Reason {
 
 // Of one thing that has a name.
 struct Answer {
-    // "patch", "pseudowire", "circuit", "peer" or "label".
+    // "patch", "pseudowire", "instance", "circuit", "peer" or "label".
     std::string_view kind;
     std::string name;
     Verdict verdict = Verdict::unknown;
@@ -60,7 +61,7 @@ struct Overview {
     // The patches, then the pseudowires that are in no patch, each in the order of their names.
     std::vector<Answer> answers;
     std::vector<Reason> missing;
-    // Of all patches and of all pseudowires.
+    // Of all patches, of all pseudowires and of all instances.
     std::vector<Count> counts;
 };
 Overview overview(const Roots& roots);

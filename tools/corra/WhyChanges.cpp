@@ -37,7 +37,8 @@ ByName byName(const Overview* overview) {
 // Empty when there is none.
 const char* newsOf(const Answer* before, const Answer& after) {
     if (before && before->verdict == after.verdict) {
-        return before->summary == after.summary ? "" : "still not up, now for another reason";
+        if (before->summary == after.summary) return "";
+        if (after.verdict == Verdict::down) return "down for another reason";
     }
     switch (after.verdict) {
         case Verdict::up:

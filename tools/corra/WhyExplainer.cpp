@@ -1,6 +1,7 @@
 #include "corra/WhyExplainer.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace corra {
@@ -182,6 +183,7 @@ void Explainer::addSignalled(
     const bool isRefuted = stating.holds == false;
     const std::string words = isRefuted ? wordsOf(stated, ends.peer) : stating.words;
     doing.isStated(stated, words);
+    doing.place = place;
     reason.text = titleOf(pseudowire) + said(stated, words);
     reason.places.push_back(place);
     if (isRefuted) {
@@ -432,7 +434,8 @@ void Explainer::addPatchPanel(Doing& doing, const Reasons& reasons, const std::s
     const auto bearing = reasons.find(stated);
     const std::string words = bearing == reasons.end() ? wordsOf(stated) : bearing->second;
     doing.reason.text += said(stated, words);
-    doing.reason.places.push_back(state_.panel.at("patch", key, "status"));
+    doing.place = state_.panel.at("patch", key, "status");
+    doing.reason.places.push_back(doing.place);
     if (stated == up && doing.verdict == Verdict::down) {
         addContradiction(
             doing.reason,
@@ -467,6 +470,7 @@ Doing Explainer::patch(const std::string& name) const {
     Reasons reasons = reasonsOfPatchItself(doing.reason, name);
     const auto& keys = state_.patches().at(name);
     bool allUp = keys.size() >= 2;
+    std::vector<Reason> notKnown;
     for (const ConnectorKey& key : keys) {
         Doing part = connector(key);
         allUp = allUp && part.verdict == Verdict::up;
@@ -476,9 +480,12 @@ Doing Explainer::patch(const std::string& name) const {
             doing.summary = part.summary;
         }
         if (part.verdict != Verdict::up || holdsMore(part.reason)) {
-            doing.reason.causes.push_back(std::move(part.reason));
+            // What is known to be down comes first.
+            auto& causes = part.verdict == Verdict::down ? doing.reason.causes : notKnown;
+            causes.push_back(std::move(part.reason));
         }
     }
+    std::move(notKnown.begin(), notKnown.end(), std::back_inserter(doing.reason.causes));
     if (!reasons.empty()) {
         doing.isDown(reasons.begin()->first, reasons.begin()->second);
     } else if (allUp) {
@@ -486,6 +493,76 @@ Doing Explainer::patch(const std::string& name) const {
     }
     addPatchPanel(doing, reasons, name);
     addForwarding(doing, name);
+    return doing;
+}
+
+// --- Instances of VPLS ---
+
+Doing Explainer::group(
+    const std::string& place,
+    const Pseudowire::VplsLdpPseudowireGroupConfig& group,
+    Tally& tally) const {
+    Doing doing;
+    const auto add = [&](const std::string& name, Doing part, bool isSecondary) {
+        ++tally.all;
+        if (part.verdict == Verdict::up || (isSecondary && part.status == standby)) {
+            ++tally.up;
+            if (!holdsMore(part.reason)) return;
+        } else if (part.verdict == Verdict::down) {
+            doing.isDown(part.status, name + ": " + part.summary);
+        } else if (doing.summary.empty()) {
+            doing.summary = name + ": " + part.summary;
+        }
+        doing.reason.causes.push_back(std::move(part.reason));
+    };
+    for (auto it = group.pseudowire().iteratorConst(); it; ++it) {
+        const std::string name(it.key().view());
+        const auto known = state_.pseudowiresOfVpls(it.key());
+        for (const KnownPseudowire* const each : known) {
+            add(name, pseudowire(*each), it.value().secondary());
+        }
+        if (!known.empty()) continue;
+        Doing absent;
+        absent.summary = "nothing else is known of it";
+        absent.reason = {
+            Reason::Kind::missing,
+            "pseudowire " + name + ": " + absent.summary,
+            {place + ".pseudowire[" + textOfValue(it.key()) + ']'},
+            {}};
+        add(name, std::move(absent), false);
+    }
+    const Zin::String& profile = group.pseudowireBgpAutoDiscoveryProfile();
+    if (!profile.empty()) {
+        for (const KnownPseudowire* const each : state_.pseudowiresOfProfile(profile)) {
+            add(each->name, pseudowire(*each), false);
+        }
+    }
+    doing.reason.text = "group " + std::string(group.entityKey().view());
+    doing.reason.places.push_back(place);
+    return doing;
+}
+
+Doing Explainer::instance(const Pseudowire::VplsInstanceConfig& instance) const {
+    Doing doing;
+    Tally tally;
+    const std::string place = state_.vpls.at("instance", instance.entityKey());
+    for (auto it = instance.ldpPseudowireGroup().iteratorConst(); it; ++it) {
+        const std::string path = place + ".ldpPseudowireGroup[" + textOfValue(it.key()) + ']';
+        Doing part = group(path, *it.value(), tally);
+        if (part.verdict == Verdict::down) {
+            doing.isDown(part.status, part.summary);
+        } else if (doing.summary.empty()) {
+            doing.summary = part.summary;
+        }
+        if (!part.reason.causes.empty()) doing.reason.causes.push_back(std::move(part.reason));
+    }
+    if (tally.all == 0) doing.summary = "it has no pseudowires";
+    if (tally.all != 0 && tally.up == tally.all) doing.isStated(up, {});
+    doing.isUpInPart = tally.up != 0 && tally.up != tally.all;
+    doing.reason.text = "instance " + std::string(instance.entityKey().view()) + ": " +
+                        std::to_string(tally.up) + " of " + std::to_string(tally.all) +
+                        (tally.all == 1 ? " pseudowire is up" : " pseudowires are up");
+    doing.reason.places.push_back(place);
     return doing;
 }
 

@@ -16,6 +16,10 @@ struct Doing {
     // The first reason, and what it says with the values of both sides.
     PseudowireConnectorStatus status = PseudowireConnectorStatus::unknown;
     std::string summary;
+    // Some of what it is made of is up.
+    bool isUpInPart = false;
+    // Where the state says so; empty where that is not one place.
+    std::string place;
     Reason reason;
 
     // One more cause; the first one in the order of the enumeration is the reason.
@@ -32,6 +36,8 @@ class Explainer {
     const WhyState& state() const { return state_; }
 
     Doing patch(const std::string& name) const;
+    // Is down unless all of its pseudowires are up, or stand by as they are meant to.
+    Doing instance(const Pseudowire::VplsInstanceConfig& instance) const;
     // A circuit, or a pseudowire by way of its connector.
     Doing connector(const Pseudowire::ConnectorKey& key) const;
     Doing circuit(const Pseudowire::ConnectorKey& key) const;
@@ -57,6 +63,14 @@ class Explainer {
     // What keeps something down, in the order in which reasons are looked for.
     using Reasons = std::map<PseudowireConnectorStatus, std::string>;
     Reasons reasonsOfPatchItself(Reason& reason, const std::string& name) const;
+    struct Tally {
+        std::size_t all = 0;
+        std::size_t up = 0;
+    };
+    Doing group(
+        const std::string& place,
+        const Pseudowire::VplsLdpPseudowireGroupConfig& group,
+        Tally& tally) const;
     void addPatchPanel(Doing& doing, const Reasons& reasons, const std::string& name) const;
     void addForwarding(Doing& doing, const std::string& name) const;
 

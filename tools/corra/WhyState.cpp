@@ -48,6 +48,7 @@ WhyState::WhyState(const Roots& roots)
       panel(roots),
       signalling(roots),
       labels(roots),
+      vpls(roots),
       forwarding(roots),
       hardware(roots) {
     addPatches();
@@ -179,6 +180,32 @@ const KnownPseudowire* WhyState::pseudowire(const ConnectorKey& key) const {
 const KnownPseudowire* WhyState::pseudowire(const PseudowireUserKey& user) const {
     const auto found = byUser_.find(user);
     return found == byUser_.end() ? nullptr : &pseudowires_[found->second];
+}
+
+std::vector<const KnownPseudowire*> WhyState::pseudowiresOfVpls(const Zin::String& name) const {
+    std::vector<const KnownPseudowire*> found;
+    const auto first = std::lower_bound(
+        pseudowires_.begin(),
+        pseudowires_.end(),
+        name.view(),
+        [](const KnownPseudowire& each, std::string_view wanted) {
+            return each.name < wanted;
+        });
+    for (auto it = first; it != pseudowires_.end() && it->name == name.view(); ++it) {
+        if (!isInPatch(*it)) found.push_back(&*it);
+    }
+    return found;
+}
+
+std::vector<const KnownPseudowire*> WhyState::pseudowiresOfProfile(
+    const Zin::String& name) const {
+    std::vector<const KnownPseudowire*> found;
+    for (const auto& [user, place] : byUser_) {
+        if (user.userType() == UserType::vplsLdpProfileAndPeer && user.name() == name) {
+            found.push_back(&pseudowires_[place]);
+        }
+    }
+    return found;
 }
 
 namespace {

@@ -18,6 +18,7 @@
 #include "Pseudowire/PwCliPatch.h"
 #include "Pseudowire/PwLabelBinding.h"
 #include "Pseudowire/PwRemoteConnector.h"
+#include "Pseudowire/VplsConfig.h"
 #include "Zin/Strep.h"
 #include "corra/Facts.h"
 #include "corra/Roots.h"
@@ -83,6 +84,7 @@ class WhyState {
     const Rooted<Pseudowire::PatchPanel> panel;
     const Rooted<Pseudowire::PseudowireAttributeStatusColl> signalling;
     const Rooted<Pseudowire::LabelBindingColl> labels;
+    const Rooted<Pseudowire::VplsConfig> vpls;
     const Rooted<Pseudowire::Status> forwarding;
     const Rooted<OxoPw::PwHwStatus> hardware;
 
@@ -104,6 +106,9 @@ class WhyState {
     // Null when there is none.
     const KnownPseudowire* pseudowire(const Pseudowire::ConnectorKey& key) const;
     const KnownPseudowire* pseudowire(const Pseudowire::PseudowireUserKey& user) const;
+    // Of that name, or discovered under a profile of that name; none that is in a patch.
+    std::vector<const KnownPseudowire*> pseudowiresOfVpls(const Zin::String& name) const;
+    std::vector<const KnownPseudowire*> pseudowiresOfProfile(const Zin::String& name) const;
     // Pseudowires as signalling sees them, by peer.
     const std::map<Vorn::IpGenAddr, PeerCount>& peers() const { return peers_; }
     // Who has a label, in whatever place says so.
