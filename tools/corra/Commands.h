@@ -52,6 +52,7 @@ namespace argument {
 inline constexpr const char* address = "ADDRESS";
 inline constexpr const char* directory = "DIR";
 inline constexpr const char* file = "FILE";
+inline constexpr const char* format = "FORMAT";
 inline constexpr const char* module = "MODULE";
 inline constexpr const char* name = "NAME";
 inline constexpr const char* path = "PATH";

@@ -218,6 +218,7 @@ std::vector<Candidate> candidatesFor(const Cursor& cursor, const std::string& be
     if (kind == argument::address) return addressCandidates(begun);
     if (kind == argument::module) return moduleCandidates();
     if (kind == argument::shell) return {{"bash"}};
+    if (kind == argument::format) return {{"dot"}, {"svg"}, {"png"}};
     if (kind == argument::file || kind == argument::directory) {
         return fileCandidates(begun, "");
     }

@@ -34,7 +34,7 @@ ChildProcess::ChildProcess(
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     const int error =
-        ::posix_spawn(&id_, program.c_str(), &actions, nullptr, words.data(), environ);
+        ::posix_spawnp(&id_, program.c_str(), &actions, nullptr, words.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     if (error != 0) throw std::system_error(error, std::generic_category(), program);
 }

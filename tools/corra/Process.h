@@ -25,7 +25,8 @@ class TemporaryDirectory {
 
 class ChildProcess {
   public:
-    // `output` becomes its standard output. Throws std::system_error.
+    // A program without a slash is looked for in PATH. `output` becomes its standard output.
+    // Throws std::system_error.
     ChildProcess(
         const std::string& program,
         const std::vector<std::string>& arguments,

@@ -1,9 +1,10 @@
-// dump, get, why, diff and export read a state; set, del and import change one.
+// dump, get, why, diff, export and graph read a state; set, del and import change one.
 
 #include "corra/Commands.h"
 #include "corra/Diff.h"
 #include "corra/Edit.h"
 #include "corra/Export.h"
+#include "corra/GraphCommand.h"
 #include "corra/Show.h"
 #include "corra/WhyCommand.h"
 
@@ -115,6 +116,28 @@ void addExport(Commands& commands) {
         {aboutSources});
 }
 
+void addGraph(Commands& commands) {
+    const auto [app, options] =
+        commands.add<GraphOptions>("graph", "Draw the services, coloured by state", graph);
+    addAt(app, options.source.at);
+    app.add_option("--format", options.format, "dot, svg or png; default: as FILE ends, or dot")
+        ->type_name(argument::format)
+        ->check(CLI::IsMember({"dot", "svg", "png"}).description(""));
+    app.add_option("-o,--output", options.file, "File to replace; default: standard output")
+        ->type_name(argument::file);
+    app.add_option("--only", options.only, "Draw these, and what they are connected with")
+        ->type_name(argument::name);
+    addPatience(app, options.source.patience);
+    addFooter(
+        app,
+        "  corra graph --at unix:pw.sock -o services.svg\n"
+        "  corra graph --at examples/pe1/t1-converged --only metro-001 2.2.2.2\n"
+        "  corra graph --at pw.json | dot -Tpdf -o services.pdf\n",
+        {"From left to right: circuits, services, pseudowires, peers. A name is that of any of\n"
+         "them. The program dot of Graphviz makes SVG and PNG.",
+         aboutSources});
+}
+
 void addSet(Commands& commands) {
     const auto [app, options] = commands.add<EditOptions>(
         "set",
@@ -198,6 +221,7 @@ void addReading(Commands& commands) {
     addWhy(commands);
     addDiff(commands);
     addExport(commands);
+    addGraph(commands);
 }
 
 void addChanging(Commands& commands) {
