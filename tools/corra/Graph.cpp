@@ -369,6 +369,7 @@ class Drawing {
         if (known)
             node.details.push_back("labels " + textOf(known->localLabel()) + '/' + peerLabels);
         node.state = textOf(status, peers);
+        peersOf_[id] = std::move(peers);
     }
 
     void connectConnector(const ConnectorKey& key, const std::string& service) {
@@ -386,7 +387,13 @@ class Drawing {
         }
         Graph::Node& node =
             add(Kind::patch, idOfPatch(name), std::string(name.view()), healthOf(status));
-        node.state = textOf(status);
+        std::set<Vorn::IpGenAddr> peers;
+        for (const ConnectorKey& key : joined) {
+            const auto found = peersOf_.find(idOf(key));
+            if (found != peersOf_.end())
+                peers.insert(found->second.begin(), found->second.end());
+        }
+        node.state = textOf(status, peers);
         for (const ConnectorKey& key : joined) connectConnector(key, node.id);
     }
 
@@ -452,6 +459,8 @@ class Drawing {
     std::map<Vorn::IpGenAddr, Tally> peers_;
     // Of circuits and pseudowires, by id.
     std::map<std::string, Status> statuses_;
+    // Of pseudowires, by id.
+    std::map<std::string, std::set<Vorn::IpGenAddr>> peersOf_;
     std::map<std::string, Graph::Node> nodes_;
     std::map<std::pair<std::string, std::string>, Graph::Edge> edges_;
 };

@@ -43,7 +43,7 @@ struct Form {
 };
 constexpr Form forms[] = {
     {Kind::circuit, 0, "box", "filled", "circuit"},
-    {Kind::patch, 1, "hexagon", "filled", "patch"},
+    {Kind::patch, 1, "component", "filled", "patch"},
     {Kind::instance, 1, "octagon", "filled", "VPLS instance"},
     {Kind::pseudowire, 2, "box", "filled,rounded", "pseudowire, labels here/peer"},
     {Kind::peer, 3, "ellipse", "filled", "peer"},
@@ -158,7 +158,7 @@ std::string dotOf(const Graph& graph) {
         "    graph [rankdir=LR, ranksep=0.9, nodesep=0.08, fontname=\"Helvetica,Arial,sans\", "
         "fontsize=11]\n"
         "    node [fontname=\"Helvetica,Arial,sans\", fontsize=11, height=0.2, "
-        "margin=\"0.08,0.03\"]\n"
+        "margin=\"0.1,0.05\"]\n"
         "    edge [fontname=\"Helvetica,Arial,sans\", fontsize=9, tailport=e]\n";
     std::array<std::string, columns> nodes;
     std::array<std::string, columns> first;

@@ -131,9 +131,10 @@ void addGraph(Commands& commands) {
     addFooter(
         app,
         "  corra graph --at unix:pw.sock -o services.svg\n"
-        "  corra graph --at examples/pe1/t1-converged --only metro-001 2.2.2.2\n"
+        "  corra graph --at examples/pe1/t1-converged --only eline-6 3.3.3.3\n"
         "  corra graph --at pw.json | dot -Tpdf -o services.pdf\n",
-        {"From left to right: circuits, services, pseudowires, peers. A name is that of any of\n"
+        {"From left to right: circuits, services, pseudowires, peers. A name is that of any "
+         "of\n"
          "them. The program dot of Graphviz makes SVG and PNG.",
          aboutSources});
 }
