@@ -12,6 +12,7 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <list>
 #include <random>
 #include <string>
 #include <vector>
@@ -27,12 +28,31 @@ namespace {
 
 using corra::Fd;
 using corra::test::captureDirectory;
-using corra::test::captureText;
-using corra::test::dumpOf;
-using corra::test::imported;
 using corra::test::Tool;
 using corra::test::waitUntil;
 using Lines = std::vector<std::string>;
+
+// A capture of which the configuration alone is held.
+void holdConfiguration(const std::string& moment, const std::string& capture) {
+    std::filesystem::copy_file(
+        captureDirectory(moment) + "/running-config.txt",
+        capture + "/running-config.txt",
+        std::filesystem::copy_options::overwrite_existing);
+}
+
+void import(const std::string& moment, corra::Roots& roots) {
+    const corra::TemporaryDirectory capture;
+    holdConfiguration(moment, capture.path());
+    corra::importCapture(capture.path(), roots);
+}
+
+std::string dumpOf(const std::string& moment) {
+    corra::Roots roots;
+    import(moment, roots);
+    std::string text;
+    for (const auto& [name, root] : roots) text += corra::dump(std::string(name.view()), *root);
+    return text;
+}
 
 // What a mirror prints while the first capture is replaced by the second, in some order.
 Lines differences(const std::string& before, const std::string& after) {
@@ -40,10 +60,14 @@ Lines differences(const std::string& before, const std::string& after) {
     const corra::TreeWatcher::Listener listener = [&](const corra::Change& change) {
         lines.push_back(textOf(change));
     };
-    const auto config = imported(before);
-    const corra::TreeWatcher watcher("pw", *config, listener);
+    corra::Roots roots;
+    import(before, roots);
+    std::list<corra::TreeWatcher> watchers;
+    for (const auto& [name, root] : roots) {
+        watchers.emplace_back(std::string(name.view()), *root, listener);
+    }
     lines.clear();
-    corra::importRouterConfig(after, "after", *config);
+    import(after, roots);
     std::sort(lines.begin(), lines.end());
     return lines;
 }
@@ -61,12 +85,7 @@ class ProcessTest : public testing::Test {
         holdCapture("t0-alone");
     }
 
-    void holdCapture(const std::string& moment) {
-        std::filesystem::copy_file(
-            captureDirectory(moment) + "/running-config.txt",
-            capture_ + "/running-config.txt",
-            std::filesystem::copy_options::overwrite_existing);
-    }
+    void holdCapture(const std::string& moment) { holdConfiguration(moment, capture_); }
 
     Fd connected() const {
         return Zin::NboAttrLog::connectTo(Zin::NboAttrLog::Address::fromText(address_));
@@ -101,8 +120,8 @@ class ProcessTest : public testing::Test {
         return state;
     }
 
-    const std::string t0_ = captureText("t0-alone");
-    const std::string t3_ = captureText("t3-pe3-back-reconfigured");
+    static constexpr const char* t0_ = "t0-alone";
+    static constexpr const char* t3_ = "t3-pe3-back-reconfigured";
     const corra::TemporaryDirectory directory_;
     const std::string capture_ = directory_.path() + "/capture";
     const std::string socket_ = directory_.path() + "/pw.sock";
@@ -116,7 +135,7 @@ TEST_F(ProcessTest, AMirrorHearsOfAnUpdateWhateverOthersDo) {
     EXPECT_EQ(0600U, status.st_mode & 0777U);
 
     Tool mirror({"mirror", address_, "--watch", "--states", "--quiet"});
-    EXPECT_EQ(dumpOf(imported(t0_)), mirror.toldUntilSynced().state);
+    EXPECT_EQ(dumpOf(t0_), mirror.toldUntilSynced().state);
 
     // One mirror stands still, one peer never says a word, others talk nonsense until they are
     // cut off.
@@ -143,7 +162,7 @@ TEST_F(ProcessTest, AMirrorHearsOfAnUpdateWhateverOthersDo) {
     const Lines expected = differences(t0_, t3_);
     while (told.size() < expected.size()) told.push_back(mirror.line().value_or("no line"));
     EXPECT_EQ(expected, sorted(told));
-    EXPECT_EQ(dumpOf(imported(t3_)), stateOnce());
+    EXPECT_EQ(dumpOf(t3_), stateOnce());
     stopped.kill(SIGCONT);
     told.clear();
     while (told.size() < expected.size()) told.push_back(stopped.line().value_or("no line"));
@@ -168,7 +187,7 @@ TEST_F(ProcessTest, AMirrorIsResynchronisedWhenTheServerComesBack) {
     holdCapture("t3-pe3-back-reconfigured");
     Tool second = served();
     const Tool::Told told = mirror.toldUntilSynced();
-    EXPECT_EQ(dumpOf(imported(t3_)), told.state);
+    EXPECT_EQ(dumpOf(t3_), told.state);
     EXPECT_EQ(differences(t0_, t3_), sorted(told.changes));
 }
 
@@ -188,7 +207,7 @@ TEST_F(ProcessTest, AllThatACaptureSaysIsServed) {
     }
     std::filesystem::remove(capture_ + "/l2vpn-atom-binding.json");
     server.kill(SIGHUP);
-    EXPECT_EQ(dumpOf(imported(t3_)), stateOnce());
+    EXPECT_EQ(dumpOf(t3_), stateOnce());
 }
 
 TEST_F(ProcessTest, ABadCaptureLeavesTheServedStateAsItIs) {
@@ -196,7 +215,7 @@ TEST_F(ProcessTest, ABadCaptureLeavesTheServedStateAsItIs) {
     std::ofstream(capture_ + "/running-config.txt") << "l2vpn A type vpls\n mtu many\nexit\n";
     // Taken before any mirror that comes after it.
     server.kill(SIGHUP);
-    EXPECT_EQ(dumpOf(imported(t0_)), stateOnce());
+    EXPECT_EQ(dumpOf(t0_), stateOnce());
     server.kill(SIGINT);
     EXPECT_EQ(0, server.wait());
     const std::string said = errors();
@@ -212,7 +231,7 @@ TEST_F(ProcessTest, JsonIsJson) {
     Tool server = served();
     Tool once({"mirror", address_, "--once", "--json"});
     const auto facts = nlohmann::json::parse(once.rest());
-    const std::string state = dumpOf(imported(t0_));
+    const std::string state = dumpOf(t0_);
     EXPECT_EQ(
         std::count(state.begin(), state.end(), '\n'),
         static_cast<std::ptrdiff_t>(facts.size()));
@@ -220,7 +239,7 @@ TEST_F(ProcessTest, JsonIsJson) {
 }
 
 TEST_F(ProcessTest, TheDemoEndsEqual) {
-    Tool demo({"demo", std::string(CORRA_SOURCE_DIR) + "/examples/pe1"});
+    Tool demo({"demo", std::string(CORRA_SOURCE_DIR) + "/examples/pe1", "--all"});
     const std::string shown = demo.rest();
     EXPECT_EQ(0, demo.wait());
     EXPECT_TRUE(shown.ends_with("\ndemo: 4 captures, owner and mirror equal after each\n"))
@@ -279,7 +298,7 @@ TEST_F(ProcessTest, AnAddressIsServedOnce) {
     Tool server = served();
     Tool second({"serve", capture_, "--listen", address_});
     EXPECT_EQ(2, second.wait());
-    EXPECT_EQ(dumpOf(imported(t0_)), stateOnce());
+    EXPECT_EQ(dumpOf(t0_), stateOnce());
 }
 
 }  // namespace

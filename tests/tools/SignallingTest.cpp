@@ -243,7 +243,7 @@ TEST(SignallingTest, AnUpdateEqualsAFreshImportAndASecondOneTellsNothing) {
             changesOfImport(after, roots);
             EXPECT_EQ(corra::stateText(fresh), corra::stateText(roots));
             EXPECT_EQ(0U, changesOfImport(after, roots));
-            EXPECT_EQ(after == configurationAlone.path() ? 1U : 4U, roots.size());
+            EXPECT_EQ(after == configurationAlone.path() ? 2U : 5U, roots.size());
         }
     }
 }

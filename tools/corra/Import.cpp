@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "Pseudowire/VplsConfig.h"
 #include "Vorn/IntfIdKinds.h"
 #include "Zin/Exceptions.h"
 #include "corra/ConfigLine.h"
@@ -23,6 +24,7 @@ namespace {
 using Pseudowire::Config;
 using Pseudowire::Connector;
 using Pseudowire::ConnectorKey;
+using Pseudowire::VplsConfig;
 
 struct Wanted {
     std::map<ConnectorKey, Connector> connectors;
@@ -71,6 +73,30 @@ Connector ldpConnector(
     return connector;
 }
 
+bool isPointToPoint(const RouterConfig::Instance& instance) {
+    return instance.interfaces.size() == 1 && instance.pseudowires.size() == 1;
+}
+
+// Instances that are not point to point. What came from one pseudowire of an instance goes to
+// no other (RFC 4762 section 4.4), so all are in one group.
+Zin::Ptr<VplsConfig> vplsWantedBy(const RouterConfig& router, std::string_view file) {
+    auto vpls = Pseudowire::vplsConfigFactory("vpls");
+    for (const RouterConfig::Instance& instance : router.instances) {
+        if (isPointToPoint(instance)) continue;
+        const auto wanted = vpls->instanceIs(instance.name);
+        for (const auto& interface : instance.interfaces) {
+            const Vorn::IntfId id = intfIdOf(interface, file);
+            if (!Vorn::SubIntfId::isSubIntfId(id)) continue;
+            wanted->vlanIs({Bridging::VlanId(Vorn::SubIntfId::outerTag(id)), {}});
+        }
+        const auto group = wanted->ldpPseudowireGroupIs("core", true);
+        for (const auto& pseudowire : instance.pseudowires) {
+            group->pseudowireIs({pseudowire.name, false, 0});
+        }
+    }
+    return vpls;
+}
+
 Wanted wantedBy(const RouterConfig& router, std::string_view file) {
     Wanted wanted;
     for (const RouterConfig::Instance& instance : router.instances) {
@@ -85,7 +111,7 @@ Wanted wantedBy(const RouterConfig& router, std::string_view file) {
         for (const auto& pseudowire : instance.pseudowires) {
             add(ldpConnector(pseudowire, instance));
         }
-        if (instance.interfaces.size() == 1 && instance.pseudowires.size() == 1) {
+        if (isPointToPoint(instance)) {
             wanted.patches.emplace(instance.name, std::move(joined));
         }
     }
@@ -135,14 +161,16 @@ void addWarnings(RouterConfig& router) {
 
 struct Parsed {
     Wanted wanted;
+    Zin::Ptr<VplsConfig> vpls;
     std::vector<RouterConfig::Diagnostic> diagnostics;
 };
 
 Parsed parsedConfig(std::string_view text, std::string_view file) {
     RouterConfig router = parseRouterConfig(text, file);
     Wanted wanted = wantedBy(router, file);
+    auto vpls = vplsWantedBy(router, file);
     addWarnings(router);
-    return {std::move(wanted), std::move(router.diagnostics)};
+    return {std::move(wanted), std::move(vpls), std::move(router.diagnostics)};
 }
 
 // Nothing when there is no such file. Throws std::system_error when it cannot be read.
@@ -215,6 +243,7 @@ Warnings importCapture(const std::string& directory, Roots& roots) {
                             ? Pseudowire::configFactory("pw")
                             : Zin::Ptr<Config>(static_cast<Config*>(held->second.get()));
     Roots derived;
+    derived["vpls"] = parsed.vpls;
     if (signalling) {
         // The rest is derived from what the configuration is going to be.
         const auto configured = Pseudowire::configFactory("pw");
@@ -228,7 +257,7 @@ Warnings importCapture(const std::string& directory, Roots& roots) {
 
     apply(parsed.wanted, *config);
     roots["pw"] = config;
-    for (const char* const name : {"labels", "signalling", "panel"}) {
+    for (const char* const name : {"vpls", "labels", "signalling", "panel"}) {
         const auto wanted = derived.find(name);
         const auto target = roots.find(name);
         if (wanted == derived.end()) {

@@ -1,10 +1,11 @@
 // Brings what a router printed into entity trees: its configuration into a Pseudowire::Config,
 // its signalling into label bindings, statuses and the patch panel (docs/captures.md).
 //
-// Each `member pseudowire` becomes an LDP connector, each `member interface` a local one, and
-// an instance with exactly one of both becomes a patch of its name that joins them. The Config
-// then holds these connectors and patches and no others. The router lets no two ends differ in
-// their MTU, so the Config does not ignore it; its other attributes are left alone.
+// Each `member pseudowire` becomes an LDP connector, each `member interface` a local one. An
+// instance with exactly one of both becomes a patch of its name that joins them, any other an
+// instance of the VplsConfig. The Config then holds these connectors and patches and no others.
+// The router lets no two ends differ in their MTU, so the Config does not ignore it; its other
+// attributes are left alone.
 //
 // An import is an update: what differs is changed through the mutators, and nothing else, so
 // reactors and mirrors hear exactly of what differs. All is worked out before the first change.
@@ -36,11 +37,11 @@ std::vector<RouterConfig::Diagnostic> importFile(
     const std::string& file,
     Pseudowire::Config& config);
 
-// The roots that a capture describes: made, or updated when `roots` holds them. "pw" is always
-// there; "labels", "signalling" and "panel" are when the router was asked for its bindings, and
-// are taken out of `roots` when it was not. Returns what was left out and what contradicts
-// itself, a line each with its place. Throws as importFile() does, and StateError; nothing has
-// changed then.
+// The roots that a capture describes: made, or updated when `roots` holds them. "pw" and
+// "vpls" are always there; "labels", "signalling" and "panel" are when the router was asked for
+// its bindings, and are taken out of `roots` when it was not. Returns what was left out and
+// what contradicts itself, a line each with its place. Throws as importFile() does, and
+// StateError; nothing has changed then.
 Warnings importCapture(const std::string& directory, Roots& roots);
 
 }  // namespace corra
