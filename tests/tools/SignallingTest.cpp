@@ -20,6 +20,7 @@
 #include "corra/StateError.h"
 #include "corra/StateFile.h"
 #include "corra/Watch.h"
+#include "corra/Why.h"
 #include "tools/Captures.h"
 
 namespace {
@@ -152,6 +153,21 @@ void expectPatch(
     }
 }
 
+// What `corra why` says first for each reason that the router gives.
+std::string wordsFor(const json& binding, bool hasSession) {
+    const std::string peer = binding["destination"];
+    if (!hasSession) return "no session with " + peer;
+    const std::string unlabelled = "no remote label from " + peer;
+    const bool hasLabel = binding["remoteLabel"].is_number();
+    const std::map<std::string, std::string> words{
+        {"No Error", hasLabel ? "the forwarding hardware did not take it" : unlabelled},
+        {"no remote label", unlabelled},
+        {"local not forwarding", "the attachment circuit is not forwarding"},
+        {"remote not forwarding", peer + " reports \"Pseudowire Not Forwarding\""},
+        {"mtu mismatch between peers", " at " + peer}};
+    return words.at(binding["lastFailureReason"]);
+}
+
 TEST(SignallingTest, EachCaptureIsHeldAsItsJsonSays) {
     for (const char* const moment : captures) {
         Roots roots;
@@ -191,6 +207,10 @@ TEST(SignallingTest, EachCaptureIsHeldAsItsJsonSays) {
             const auto held = statusesIn(roots).connectorStatus(user);
             EXPECT_EQ(status, textOf(held.status()));
             expectStatus(held, member.value());
+            const auto answers = corra::explain(roots, name);
+            ASSERT_EQ(1U, answers.size());
+            const std::string words = wordsFor(member.value(), sessions.contains(peer));
+            EXPECT_NE(words.npos, answers[0].summary.find(words)) << answers[0].summary;
             if (!isPatch) continue;
             ++patches;
             expectPatch(roots, found->second, status, member.value());
