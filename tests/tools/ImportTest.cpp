@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Pseudowire/VplsConfig.h"
 #include "Zin/ValueInfo.h"
 #include "corra/Import.h"
 #include "corra/Watch.h"
@@ -296,6 +297,59 @@ TEST(ImportTest, OtherAttributesStay) {
     EXPECT_EQ(1400U, config->mtu());
     EXPECT_FALSE(config->mtuIgnore());
     EXPECT_TRUE(config->patch("eline-6")->enabled());
+}
+
+// By instance: the VLANs and the pseudowires, in words.
+using Vpls = std::map<std::string, std::set<std::string>>;
+
+Vpls readVplsPlainly(const std::string& text) {
+    std::map<std::string, std::vector<std::string>> interfaces, pseudowires;
+    std::istringstream in(text);
+    std::string instance;
+    for (std::string line; std::getline(in, line);) {
+        std::istringstream words(line);
+        std::string a, b, c;
+        words >> a >> b >> c;
+        if (a == "l2vpn") instance = b;
+        if (a == "member" && b == "interface") interfaces[instance].push_back(c);
+        if (a == "member" && b == "pseudowire") pseudowires[instance].push_back(c);
+    }
+    Vpls found;
+    for (const auto& [name, members] : pseudowires) {
+        if (members.size() == 1 && interfaces[name].size() == 1) continue;
+        for (const std::string& member : members) found[name].insert("pseudowire " + member);
+        for (const std::string& member : interfaces[name]) {
+            const auto dot = member.find('.');
+            if (dot == member.npos) continue;
+            const auto tag = member.substr(dot + 1);
+            found[name].insert("vlan " + tag.substr(0, tag.find('.')));
+        }
+    }
+    return found;
+}
+
+TEST(ImportTest, WhatIsNotPointToPointIsAnInstanceOfVpls) {
+    for (const char* const capture : captures) {
+        SCOPED_TRACE(capture);
+        corra::Roots roots;
+        corra::importCapture(corra::test::captureDirectory(capture), roots);
+        const auto& vpls = static_cast<const Pseudowire::VplsConfig&>(*roots.at("vpls"));
+        Vpls held;
+        for (auto it = vpls.instance().iteratorConst(); it; ++it) {
+            const auto instance = vpls.instance(it.key());
+            auto& words = held[std::string(it.key().view())];
+            for (auto vlan = instance->vlan().iteratorConst(); vlan; ++vlan) {
+                words.insert("vlan " + std::string(Zin::textOf(vlan.key())));
+            }
+            const auto group = instance->ldpPseudowireGroup("core");
+            EXPECT_TRUE(group->splitHorizon());
+            for (auto pw = group->pseudowire().iteratorConst(); pw; ++pw) {
+                words.insert("pseudowire " + std::string(pw.key().view()));
+            }
+        }
+        EXPECT_EQ(readVplsPlainly(captureText(capture)), held);
+        EXPECT_LT(10U, held.size());
+    }
 }
 
 }  // namespace
