@@ -196,7 +196,7 @@ std::multiset<std::string> expectedNodes(const Roots& roots) {
         if (const auto* config = dynamic_cast<const Pseudowire::Config*>(root.get())) {
             for (auto it = config->connector().iteratorConst(); it; ++it) {
                 connector(it.key());
-                const auto& peer = config->connector(it.key()).ldpKey().peerAddr();
+                const auto peer = config->connector(it.key()).ldpKey().peerAddr();
                 if (it.key().connectorType() == Pseudowire::ConnectorType::ldp &&
                     peer != Vorn::IpGenAddr()) {
                     nodes.insert("peer " + Zin::textOf(peer));
