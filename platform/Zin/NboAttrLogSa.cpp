@@ -120,9 +120,9 @@ void Sa::sendTransaction(AttributeId id, TransactionType transaction) {
 }
 
 void Sa::onUnsendable(AttributeId id, const ValueCollectionDefaultKeyException& why) {
-    const ValueCollectionDefaultKeyException failure = unsendable(*entity_, id, why.what());
-    if (!connection_.producing_) throw failure;
-    if (!connection_.unsendable_) connection_.unsendable_ = std::make_exception_ptr(failure);
+    if (!connection_.producing_) throw unsendable(*entity_, id, why.what());
+    if (connection_.unsendable_) return;
+    connection_.unsendable_ = std::make_exception_ptr(unsendable(*entity_, id, why.what()));
 }
 
 // --- Receiving ---

@@ -405,7 +405,7 @@ class Drawing {
         forEachGroup(instance, [&](const auto& group) {
             const std::string groupName =
                 hasGroups ? std::string(group.entityKey().view()) : std::string();
-            const auto take = [&](const std::string& pseudowire, std::string label) {
+            const auto take = [&](const std::string& pseudowire, const std::string& label) {
                 const Status status = statuses_.at(pseudowire);
                 tally.add(status);
                 connect(id, pseudowire, healthOf(status), label);

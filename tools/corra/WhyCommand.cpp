@@ -122,16 +122,19 @@ void addLines(
     bool withPlaces,
     const std::string& indent,
     std::vector<std::string>& lines) {
+    const std::string below = indent + "  ";
     for (const Reason& reason : reasons) {
         const bool isContradiction = reason.kind == Reason::Kind::contradiction;
         lines.push_back(
             indent + (isContradiction ? "contradiction: " : "") + reason.text + '.');
         if (withPlaces) {
             for (const std::string& place : reason.places) {
-                lines.push_back(indent + "  see " + place);
+                std::string& line = lines.emplace_back(below);
+                line += "see ";
+                line += place;
             }
         }
-        addLines(reason.causes, withPlaces, indent + "  ", lines);
+        addLines(reason.causes, withPlaces, below, lines);
     }
 }
 

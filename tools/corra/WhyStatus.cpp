@@ -146,7 +146,7 @@ std::string wordsOf(PseudowireConnectorStatus status, const std::string& peer) {
                ", which is not known here";
     }
     std::string words = found->words;
-    if (const auto at = words.find('%'); at != words.npos) words.replace(at, 1, peer);
+    if (const auto at = words.find('%'); at != std::string::npos) words.replace(at, 1, peer);
     return words;
 }
 
