@@ -154,7 +154,7 @@ TEST(Simulation, DeletedChildrenDie) {
 // too, whatever the owner said while it had not heard of them.
 TEST(Simulation, NothingIsLostOfWhatAMirrorWritesAlone) {
     for (const EntityType& type : rootTypes) {
-        for (const std::size_t highWater : {1024, 256 << 10}) {
+        for (const std::size_t highWater : {std::size_t{1024}, std::size_t{256} << 10}) {
             Pair pair(type, Access::readWrite, highWater);
             laws::Random random(highWater);
             for (int round = 0; round < 40; ++round) {
