@@ -37,30 +37,32 @@ template <class A>
 struct CollectionFlow {
     bool dirty() const { return false; }
 };
-template <class A>
-requires(A::kind == AttributeKind::collection) struct CollectionFlow<A> {
-    Zin::HSet<typename A::Value::Key, 0> dirtyKeys;
+template <class Key>
+struct KeysFlow {
+    Zin::HSet<Key, 0> dirtyKeys;
     // The walk that is under way must begin anew: keys were dropped meanwhile.
     bool restart = false;
 
     bool dirty() const { return dirtyKeys.members() != 0; }
 };
 
+template <class A>
+requires(A::kind == AttributeKind::collection) struct CollectionFlow<A>
+    : KeysFlow<typename A::Value::Key> {
+};
+
 // Children that a proxy's side made, and of which the owner has yet to say what becomes of
 // them: each with the number of the message that told the owner.
 template <class A>
-requires(A::kind == AttributeKind::instantiating) struct CollectionFlow<A> {
+requires(A::kind == AttributeKind::instantiating) struct CollectionFlow<A>
+    : KeysFlow<typename A::Value::Key> {
     using Key = typename A::Value::Key;
 
-    Zin::HSet<Key, 0> dirtyKeys;
     Zin::HashMap2018<
         Zin::HashMap2018NodeExternKey<false, 0, Key, std::uint64_t, false>,
         Key,
         std::uint64_t>
         ephemeralKeys;
-    bool restart = false;
-
-    bool dirty() const { return dirtyKeys.members() != 0; }
 };
 
 template <class A>
@@ -101,10 +103,6 @@ struct KeyBookmark final : FlowOut::Bookmark {
     explicit KeyBookmark(std::optional<K> at) : key(std::move(at)) {}
     std::optional<K> key;
 };
-
-}  // namespace detail
-
-namespace detail {
 
 // What lies below the flow-out of T: that of the type that T derives from.
 template <class T>

@@ -13,8 +13,8 @@
 #include "Pseudowire/VplsConfig.h"
 #include "Vorn/MplsLabel.h"
 #include "Zin/ValueInfoOf.h"
+#include "corra/Rooted.h"
 #include "corra/WhyStatus.h"
-#include "frame/TypeImpl.h"
 
 namespace corra {
 
@@ -114,11 +114,6 @@ class Tally {
     std::set<Status> reasons_;
 };
 
-template <class Collection, class Visit>
-void forEachKey(const Collection& collection, const Visit& visit) {
-    for (auto it = collection.iteratorConst(); it; ++it) visit(it.key());
-}
-
 std::string idOf(const ConnectorKey& key) {
     return (key.isLocal() ? "circuit " : "pseudowire ") + Zin::textOf(key);
 }
@@ -207,11 +202,9 @@ class Drawing {
   private:
     template <class T>
     const T* rootOf(const Roots& roots) {
-        for (const auto& [name, root] : roots) {
-            if (const auto* const found = dynamic_cast<const T*>(root.get())) return found;
-        }
-        graph_.missing.emplace_back(frame::entityTypeInfo<T>.name);
-        return nullptr;
+        const Rooted<T> found(roots);
+        if (!found) graph_.missing.push_back(found.type());
+        return found.get();
     }
 
     void collect() {

@@ -36,11 +36,6 @@ std::optional<ConnectorKey> connectorOf(const PseudowireUserKey& user) {
     return {};
 }
 
-template <class Collection, class Visit>
-void forEachKey(const Collection& collection, const Visit& visit) {
-    for (auto it = collection.iteratorConst(); it; ++it) visit(it.key());
-}
-
 }  // namespace
 
 WhyState::WhyState(const Roots& roots)

@@ -19,52 +19,11 @@
 #include "Pseudowire/PwLabelBinding.h"
 #include "Pseudowire/PwRemoteConnector.h"
 #include "Pseudowire/VplsConfig.h"
-#include "Zin/Strep.h"
-#include "corra/Facts.h"
+#include "corra/Rooted.h"
 #include "corra/Roots.h"
 #include "corra/WhyStatus.h"
-#include "frame/TypeImpl.h"
 
 namespace corra {
-
-template <class T>
-std::string textOfValue(const T& value) {
-    return std::string(Zin::valueToStrep(value).view());
-}
-
-// The first root of a type, by the order of names; false when there is none.
-template <class T>
-class Rooted {
-  public:
-    explicit Rooted(const Roots& roots) {
-        for (const auto& [name, root] : roots) {
-            entity_ = dynamic_cast<const T*>(root.get());
-            if (!entity_) continue;
-            path_ = pathOfRoot(name.view(), *root);
-            return;
-        }
-    }
-
-    explicit operator bool() const { return entity_ != nullptr; }
-    const T* operator->() const { return entity_; }
-    static std::string type() { return std::string(frame::entityTypeInfo<T>.name); }
-
-    std::string at(std::string_view attribute) const {
-        return path_ + '.' + std::string(attribute);
-    }
-    template <class Key>
-    std::string at(std::string_view collection, const Key& key) const {
-        return at(collection) + '[' + textOfValue(key) + ']';
-    }
-    template <class Key>
-    std::string at(std::string_view collection, const Key& key, std::string_view field) const {
-        return at(collection, key) + '.' + std::string(field);
-    }
-
-  private:
-    const T* entity_ = nullptr;
-    std::string path_;
-};
 
 // A pseudowire: a connector, a user of signalling, or both.
 struct KnownPseudowire {
