@@ -1,15 +1,14 @@
-// An agent: mirrors the Pseudowire::Config that another process owns, computes a
-// Pseudowire::Status from it, and serves that as "status". Beside it, as "hw", lies an
-// OxoPw::PwHwStatus for whoever programs the hardware (hardware_agent.cpp) to write.
+// An agent: mirrors the Pseudowire::Config and what signalling learnt, which another process
+// owns, computes a Pseudowire::Status from them, and serves that as "status". Beside it, as
+// "hw", lies an OxoPw::PwHwStatus for whoever programs the hardware (hardware_agent.cpp) to
+// write.
 
-#include <exception>
 #include <string>
 
 #include "Pseudowire/PseudowireOxoTypes.h"
 #include "agent/ForwardingAgent.h"
 #include "agent/Loop.h"
 #include "agent/OwnerLink.h"
-#include "agent/PeerLabels.h"
 #include "agent/Program.h"
 #include "agent/Server.h"
 
@@ -19,14 +18,11 @@ using Zin::NboAttrLog::Access;
 
 class Agent final : agent::OwnerLink::Listener {
   public:
-    Agent(const std::string& configAddress, const std::string& labelsFile)
-        : labelsFile_(labelsFile), owner_(loop_, configAddress, {{"pw", config_}}, *this) {
-        if (!labelsFile_.empty()) {
-            forwarding_.peerLabelsAre(agent::readPeerLabels(labelsFile_));
-        }
+    explicit Agent(const std::string& configAddress)
+        : owner_(loop_, configAddress, {{"pw", config_}, {"signalling", signalling_}}, *this) {
         exports_.exportIs("status", status_);
         exports_.exportIs("hw", hwStatus_, Access::readWrite);
-        loop_.onHangup([this] { readLabelsAgain(); });
+        loop_.onHangup([this] { owner_.settle(); });
     }
 
     int run(const std::string& listenAddress) {
@@ -43,23 +39,12 @@ class Agent final : agent::OwnerLink::Listener {
             ", groups " + std::to_string(status_->adjGroup().members()));
     }
 
-    void readLabelsAgain() {
-        try {
-            if (!labelsFile_.empty()) {
-                forwarding_.peerLabelsAre(agent::readPeerLabels(labelsFile_));
-            }
-        } catch (const std::exception& failure) {
-            agent::say(std::string(failure.what()) + "; the labels stay as they are");
-        }
-        owner_.update();
-        owner_.settle();
-    }
-
-    const std::string labelsFile_;
     const Zin::Ptr<Pseudowire::Config> config_ = Pseudowire::configFactory("pw");
+    const Zin::Ptr<Pseudowire::PseudowireAttributeStatusColl> signalling_ =
+        Pseudowire::pseudowireAttributeStatusCollFactory("signalling");
     const Zin::Ptr<Pseudowire::Status> status_ = Pseudowire::statusFactory("status");
     const Zin::Ptr<OxoPw::PwHwStatus> hwStatus_ = OxoPw::pwHwStatusFactory("hw");
-    agent::ForwardingAgent forwarding_{config_, status_};
+    agent::ForwardingAgent forwarding_{config_, signalling_, status_};
     Zin::NboAttrLog::Exports exports_;
     agent::Loop loop_;
     agent::OwnerLink owner_;
@@ -72,15 +57,11 @@ int main(int argc, char** argv) {
         argc,
         argv,
         "Computes the forwarding status of a pseudowire configuration, and serves it.\n"
-        "SIGHUP: read the labels again, and say when all that is known by then is computed.",
-        {{"--config", "ADDRESS", "where \"pw\" is served, a Pseudowire::Config", true},
-         {"--listen", "ADDRESS", "where to serve \"status\" and \"hw\"", true},
-         {"--labels", "FILE", "labels of the peers, lines such as \"2.2.2.2:1006 22\"", false}},
+        "SIGHUP: say when all that is known by then is computed.",
+        {{"--config", "ADDRESS", "where \"pw\" and \"signalling\" are served", true},
+         {"--listen", "ADDRESS", "where to serve \"status\" and \"hw\"", true}},
         [](const auto& values) {
-            const auto labels = values.find("--labels");
-            Agent agent(
-                values.at("--config"),
-                labels == values.end() ? std::string() : labels->second);
+            Agent agent(values.at("--config"));
             return agent.run(values.at("--listen"));
         });
 }

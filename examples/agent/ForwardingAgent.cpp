@@ -19,22 +19,15 @@ class ForwardingAgent::PatchReactor final : public Patch::Notifiee {
     std::set<Zin::String>& changed_;
 };
 
-namespace {
-
-template <class K, class V>
-void removeFrom(std::map<K, std::set<V>>& sets, const K& key, const V& member) {
-    const auto set = sets.find(key);
-    if (set == sets.end()) return;
-    set->second.erase(member);
-    if (set->second.empty()) sets.erase(set);
-}
-
-}  // namespace
-
 ForwardingAgent::ForwardingAgent(
     Zin::Ptr<Pseudowire::Config> config,
+    Zin::Ptr<Signalling> signalling,
     Zin::Ptr<Pseudowire::Status> status)
-    : Notifiee(config), config_(std::move(config)), status_(std::move(status)) {
+    : Pseudowire::Config::Notifiee(config),
+      Signalling::Notifiee(signalling),
+      config_(std::move(config)),
+      signalling_(std::move(signalling)),
+      status_(std::move(status)) {
     for (const auto& patch : config_->patch()) onPatch(patch.key());
     for (const auto& connector : config_->connector()) onConnector(connector.key());
 }
@@ -54,23 +47,17 @@ void ForwardingAgent::onConnector(const Key& key) {
     changedConnectors_.insert(key);
 }
 
-void ForwardingAgent::peerLabelsAre(PeerLabels labels) {
-    const auto takeChanges = [this](const PeerLabels& from, const PeerLabels& to) {
-        for (const auto& [ldpKey, label] : from) {
-            const auto other = to.find(ldpKey);
-            if (other != to.end() && other->second == label) continue;
-            const auto connectors = byLdpKey_.find(ldpKey);
-            if (connectors == byLdpKey_.end()) continue;
-            changedConnectors_.insert(connectors->second.begin(), connectors->second.end());
-        }
-    };
-    takeChanges(labels_, labels);
-    takeChanges(labels, labels_);
-    labels_ = std::move(labels);
+void ForwardingAgent::onConnectorStatus(const Pseudowire::PseudowireUserKey& user) {
+    if (user.userType() == Pseudowire::PseudowireUserKey::UserType::patchLdpConnector) {
+        changedConnectors_.insert(user.connectorKey());
+    }
 }
 
 void ForwardingAgent::update() {
-    for (const Key& key : std::exchange(changedConnectors_, {})) takeConnector(key);
+    for (const Key& key : std::exchange(changedConnectors_, {})) {
+        const auto& patches = joined_.claimants(key);
+        if (!patches.empty()) changedPatches_.insert(*patches.begin());
+    }
     for (const auto patches = changedPatches_; const Zin::String& name : patches) {
         takePatch(name);
     }
@@ -78,14 +65,14 @@ void ForwardingAgent::update() {
     std::map<Zin::String, PatchForwarding> wanted;
     for (const Zin::String& name : std::exchange(changedPatches_, {})) {
         PatchForwarding& now = wanted[name];
-        if (joined_.contains(name)) now = forwardingOf(configOf(name), labels_);
+        if (isEnabled(name)) now = forwardingOf(stateOf(name));
         withdraw(forwarding_[name], now);
-        const bool staysAs = joined_.contains(name) && status_->patchToAcSet(name) &&
+        const bool staysAs = isEnabled(name) && status_->patchToAcSet(name) &&
                              status_->patchToAcSet(name)->isLocalLocal() == now.isLocalLocal;
         if (!staysAs) status_->patchToAcSetDel(name);
     }
     for (auto& [name, now] : wanted) {
-        if (joined_.contains(name)) {
+        if (isEnabled(name)) {
             install(name, now);
             forwarding_[name] = std::move(now);
         } else {
@@ -95,59 +82,35 @@ void ForwardingAgent::update() {
     for (const auto& peer : std::exchange(changedPeers_, {})) updateGroup(peer);
 }
 
-void ForwardingAgent::takeConnector(const Key& key) {
-    const auto patches = joinedBy_.find(key);
-    if (patches != joinedBy_.end()) changedPatches_.insert(*patches->second.begin());
-    if (key.isLocal()) return;
-    const auto known = ldpKeyOf_.find(key);
-    if (known != ldpKeyOf_.end()) removeFrom(byLdpKey_, known->second, key);
-    if (config_->connectorHas(key)) {
-        const auto ldpKey = config_->connector(key).ldpKey();
-        ldpKeyOf_[key] = ldpKey;
-        byLdpKey_[ldpKey].insert(key);
-    } else {
-        ldpKeyOf_.erase(key);
-    }
+bool ForwardingAgent::isEnabled(const Zin::String& name) const {
+    const auto patch = config_->patch(name);
+    return patch && patch->enabled();
 }
 
 // Enters what the patch joins now. Patches to which a connector comes or goes by that change,
 // too.
 void ForwardingAgent::takePatch(const Zin::String& name) {
     std::set<Key> keys;
-    const auto patch = config_->patch(name);
-    const bool isEnabled = patch && patch->enabled();
-    if (isEnabled) {
-        for (const auto& key : patch->connectorKey()) keys.insert(key.key());
+    if (isEnabled(name)) {
+        for (const auto& key : config_->patch(name)->connectorKey()) keys.insert(key.key());
     }
-    const auto firstChanged = [this](const Key& key) {
-        const auto patches = joinedBy_.find(key);
-        if (patches != joinedBy_.end()) changedPatches_.insert(*patches->second.begin());
-    };
-    for (const Key& key : joined_[name]) {
-        if (keys.contains(key)) continue;
-        firstChanged(key);
-        removeFrom(joinedBy_, key, name);
-        firstChanged(key);
-    }
-    for (const Key& key : keys) {
-        firstChanged(key);
-        joinedBy_[key].insert(name);
-        firstChanged(key);
-    }
-    if (isEnabled) {
-        joined_[name] = std::move(keys);
-    } else {
-        joined_.erase(name);
-    }
+    joined_.claimsAre(name, std::move(keys), changedPatches_);
 }
 
-PatchConfig ForwardingAgent::configOf(const Zin::String& name) const {
-    PatchConfig patch{name, joined_.at(name), {}};
-    for (const Key& key : patch.keys) {
-        if (*joinedBy_.at(key).begin() != name || !config_->connectorHas(key)) continue;
-        patch.connectors.push_back(config_->connector(key));
+PatchState ForwardingAgent::stateOf(const Zin::String& name) const {
+    PatchState state{name, {}, {}};
+    for (const auto& joined : config_->patch(name)->connectorKey())
+        state.keys.insert(joined.key());
+    for (const Key& key : state.keys) {
+        if (!joined_.has(name, key) || !config_->connectorHas(key)) continue;
+        PatchConnector connector{config_->connector(key), {}};
+        if (!key.isLocal()) {
+            connector.signalled = signalling_->connectorStatus(
+                Pseudowire::PseudowireUserKey::fromConnectorKey(key));
+        }
+        state.connectors.push_back(std::move(connector));
     }
-    return patch;
+    return state;
 }
 
 void ForwardingAgent::withdraw(const PatchForwarding& held, const PatchForwarding& wanted) {
@@ -187,20 +150,14 @@ void ForwardingAgent::updateGroup(const Vorn::IpGenAddr& peer) {
     Group& group = groups_.at(peer);
     if (group.members.empty()) {
         status_->adjGroupDel(group.id);
+        groupIds_.giveBack(group.id.value());
         groups_.erase(peer);
         return;
     }
-    if (!group.id) group.id = freeGroupId();
+    if (!group.id) group.id = PwAdjGroupId(groupIds_.take());
     Pseudowire::PwEncapAdjGroup value(group.id);
     for (const auto& [key, adjacency] : group.members) value.pwAdjSetIs(adjacency);
     status_->adjGroupIs(value);
-}
-
-// The lowest from 1 on.
-PwAdjGroupId ForwardingAgent::freeGroupId() const {
-    std::uint32_t number = 1;
-    while (status_->adjGroupHas(PwAdjGroupId(number))) ++number;
-    return PwAdjGroupId(number);
 }
 
 }  // namespace agent

@@ -1,5 +1,5 @@
-// ForwardingAgent keeps a Pseudowire::Status equal to what a Pseudowire::Config and the labels
-// of the peers ask for. Its reactors only take down what changed; update() computes that anew,
+// ForwardingAgent keeps a Pseudowire::Status equal to what a Pseudowire::Config and what peers
+// signalled ask for. Its reactors only take down what changed; update() computes that anew,
 // and nothing else: its cost follows the change, not the size of the configuration.
 //
 // A connector that several enabled patches join belongs to the first of them by name.
@@ -16,18 +16,25 @@
 
 #include "Pseudowire/PseudowireConfig.h"
 #include "Pseudowire/PseudowireStatus.h"
+#include "Pseudowire/PwRemoteConnector.h"
+#include "agent/Claims.h"
 #include "agent/ForwardingStatus.h"
-#include "agent/PeerLabels.h"
+#include "agent/Numbers.h"
 
 namespace agent {
 
-class ForwardingAgent final : Pseudowire::Config::Notifiee {
+class ForwardingAgent final : Pseudowire::Config::Notifiee,
+                              Pseudowire::PseudowireAttributeStatusColl::Notifiee {
   public:
+    using Signalling = Pseudowire::PseudowireAttributeStatusColl;
+
     // The status is this object's to write.
-    ForwardingAgent(Zin::Ptr<Pseudowire::Config> config, Zin::Ptr<Pseudowire::Status> status);
+    ForwardingAgent(
+        Zin::Ptr<Pseudowire::Config> config,
+        Zin::Ptr<Signalling> signalling,
+        Zin::Ptr<Pseudowire::Status> status);
     ~ForwardingAgent();
 
-    void peerLabelsAre(PeerLabels labels);
     void update();
 
   private:
@@ -41,18 +48,18 @@ class ForwardingAgent final : Pseudowire::Config::Notifiee {
 
     void onPatch(const Zin::String& name) override;
     void onConnector(const Key& key) override;
+    void onConnectorStatus(const Pseudowire::PseudowireUserKey& user) override;
 
-    void takeConnector(const Key& key);
+    bool isEnabled(const Zin::String& name) const;
     void takePatch(const Zin::String& name);
-    PatchConfig configOf(const Zin::String& name) const;
+    PatchState stateOf(const Zin::String& name) const;
     void withdraw(const PatchForwarding& held, const PatchForwarding& wanted);
     void install(const Zin::String& name, const PatchForwarding& wanted);
     void updateGroup(const Vorn::IpGenAddr& peer);
-    Pseudowire::PwAdjGroupId freeGroupId() const;
 
     const Zin::Ptr<Pseudowire::Config> config_;
+    const Zin::Ptr<Signalling> signalling_;
     const Zin::Ptr<Pseudowire::Status> status_;
-    PeerLabels labels_;
     std::map<Zin::String, std::unique_ptr<PatchReactor>> reactors_;
 
     // --- What changed since the last update ---
@@ -61,13 +68,11 @@ class ForwardingAgent final : Pseudowire::Config::Notifiee {
     std::set<Vorn::IpGenAddr> changedPeers_;
 
     // --- As of the last update ---
-    // What enabled patches join, and by whom each connector is joined.
-    std::map<Zin::String, std::set<Key>> joined_;
-    std::map<Key, std::set<Zin::String>> joinedBy_;
-    std::map<Key, Pseudowire::PseudowireLdpKey> ldpKeyOf_;
-    std::map<Pseudowire::PseudowireLdpKey, std::set<Key>> byLdpKey_;
+    // What enabled patches join.
+    Claims<Key, Zin::String> joined_;
     std::map<Zin::String, PatchForwarding> forwarding_;
     std::map<Vorn::IpGenAddr, Group> groups_;
+    Numbers groupIds_;
 };
 
 }  // namespace agent

@@ -54,6 +54,8 @@ EncapAdjacency towards(
     adjacency.encapPwLabelIs(leg.adjacency.peerLabel());
     adjacency.pseudowireTypeIs(pseudowire.pseudowireType());
     adjacency.controlWordIs(leg.adjacency.controlWord());
+    adjacency.flowLabelIs(leg.adjacency.flowLabel());
+    adjacency.tunnelIdIs(leg.adjacency.tunnelId());
     const bool isTagged = pseudowire.pseudowireType() == PseudowireType::ethernetTagged;
     if (isTagged && !hasTags(local)) adjacency.dot1qTagOpIs(Dot1qTagOperation::push);
     if (!isTagged && hasTags(local)) tagsAre(adjacency, Dot1qTagOperation::pop, local);
@@ -76,20 +78,18 @@ EncapAdjacency across(const Connector& from, const Connector& to, Zin::String pa
 }
 
 // Frames enter the pseudowire with the label that its peer asked for.
-std::map<Pseudowire::ConnectorKey, Leg> legsOf(
-    const std::vector<Connector>& connectors,
-    const PeerLabels& labels) {
+std::map<Pseudowire::ConnectorKey, Leg> legsOf(const std::vector<PatchConnector>& connectors) {
     std::map<Pseudowire::ConnectorKey, Leg> legs;
-    for (const Connector& connector : connectors) {
-        if (connector.key().connectorType() != ConnectorType::ldp) continue;
-        const auto label = labels.find(connector.ldpKey());
-        if (label == labels.end()) continue;
-        // A flow label is for a peer that said that it takes it off.
-        constexpr bool flowLabel = false;
+    for (const auto& [config, signalled] : connectors) {
+        if (config.key().connectorType() != ConnectorType::ldp) continue;
+        const auto peer = signalled.peerInfo(config.ldpKey().peerAddr());
+        if (peer.peerLabel() == Vorn::MplsLabel()) continue;
+        const bool flowLabel =
+            signalled.flowLabelType().bit(Pseudowire::FlowLabelDirection::transmit);
         legs.emplace(
-            connector.key(),
-            Leg{connector.ldpKey().peerAddr(),
-                {{}, label->second, flowLabel, connector.controlWord()}});
+            config.key(),
+            Leg{config.ldpKey().peerAddr(),
+                {peer.tunnelId(), peer.peerLabel(), flowLabel, peer.encapControlWord()}});
     }
     return legs;
 }
@@ -106,16 +106,16 @@ Dwil::IntfEncap circuitOf(const Connector& local) {
         Tag(local.dot1qEncap().inner().value()));
 }
 
-PatchForwarding forwardingOf(const PatchConfig& patch, const PeerLabels& labels) {
+PatchForwarding forwardingOf(const PatchState& patch) {
     PatchForwarding forwarding;
     std::vector<const Connector*> locals;
-    for (const Connector& connector : patch.connectors) {
+    for (const auto& [connector, signalled] : patch.connectors) {
         if (!connector.key().isLocal()) continue;
         locals.push_back(&connector);
         forwarding.circuits.insert(circuitOf(connector));
         forwarding.info.emplace(connector.key().localIntfId(), infoOf(connector));
     }
-    forwarding.legs = legsOf(patch.connectors, labels);
+    forwarding.legs = legsOf(patch.connectors);
     const auto localKeys =
         std::count_if(patch.keys.begin(), patch.keys.end(), [](const auto& key) {
             return key.isLocal();
@@ -131,12 +131,13 @@ PatchForwarding forwardingOf(const PatchConfig& patch, const PeerLabels& labels)
         const auto pseudowire = std::find_if(
             patch.connectors.begin(),
             patch.connectors.end(),
-            [&](const Connector& connector) {
-                return forwarding.legs.contains(connector.key());
+            [&](const PatchConnector& connector) {
+                return forwarding.legs.contains(connector.config.key());
             });
         if (pseudowire != patch.connectors.end()) {
-            const Leg& leg = forwarding.legs.at(pseudowire->key());
-            adjacencyIs(*locals[0], towards(*pseudowire, leg, *locals[0], patch.name));
+            const Connector& config = pseudowire->config;
+            const Leg& leg = forwarding.legs.at(config.key());
+            adjacencyIs(*locals[0], towards(config, leg, *locals[0], patch.name));
         }
     }
     return forwarding;

@@ -8,14 +8,20 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "Pseudowire/PseudowireIntfIdMapping.h"
 #include "Pseudowire/PseudowireOxoTypes.h"
 #include "Pseudowire/PseudowireStatus.h"
+#include "Pseudowire/VplsConfig.h"
+#include "Pseudowire/VplsForwardingStatus.h"
 #include "corra/Process.h"
 #include "corra/Source.h"
 #include "tools/Captures.h"
@@ -30,6 +36,7 @@ using corra::test::Tool;
 const std::string programs = std::filesystem::path(CORRA_TOOL).parent_path().string();
 const std::string agentProgram = programs + "/example_forwarding_agent";
 const std::string hardwareProgram = programs + "/example_hardware_agent";
+const std::string vplsProgram = programs + "/example_vpls_agent";
 
 // As read in the captures: patches of one circuit and one pseudowire, with the label that the
 // peer asks for at each moment: "-" before there is one, "x" before there is the patch.
@@ -66,24 +73,11 @@ class AgentProcessTest : public testing::Test {
         ::setenv("CORRA_TEST_ERRORS", (place_.path() + "/errors").c_str(), 1);
     }
 
-    void learnLabels(const std::string& moment) const {
-        std::ifstream in(captureDirectory(moment) + "/l2vpn-atom-binding.json");
-        std::ofstream out(labels_);
-        for (const auto& binding : nlohmann::json::parse(in)) {
-            const auto label = binding.find("remoteLabel");
-            if (label == binding.end() || !label->is_number()) continue;
-            out << binding["destination"].get<std::string>() << ':' << binding["vcId"] << ' '
-                << *label << '\n';
-        }
-    }
-
     Tool served(const std::string& moment) const {
         return Tool({"serve", captureDirectory(moment), "--listen", owner_, "--writable"});
     }
     Tool following() const {
-        return Tool(
-            {"--config", owner_, "--listen", address_, "--labels", labels_},
-            agentProgram);
+        return Tool({"--config", owner_, "--listen", address_}, agentProgram);
     }
     Tool programming(unsigned capacity) const {
         return Tool(
@@ -119,7 +113,6 @@ class AgentProcessTest : public testing::Test {
     }
 
     const corra::TemporaryDirectory place_;
-    const std::string labels_ = place_.path() + "/labels";
     const std::string owner_ = "unix:" + place_.path() + "/pw.sock";
     const std::string address_ = "unix:" + place_.path() + "/agent.sock";
 };
@@ -171,13 +164,11 @@ TEST_F(AgentProcessTest, FollowsTheCaptures) {
     constexpr std::size_t capacity = 3;
     // In the order in which nobody finds whom it looks for.
     Tool hardware = programming(capacity);
-    learnLabels(captures[0]);
     Tool agent = following();
     Tool owner = served(captures[0]);
     agent.line();
     hardware.line();
     for (std::size_t moment = 0; moment < captures.size(); ++moment) {
-        learnLabels(captures[moment]);
         atOwner({"import", captureDirectory(captures[moment])});
         settle(agent);
         expectStatusOf(moment);
@@ -199,7 +190,6 @@ TEST_F(AgentProcessTest, FollowsTheCaptures) {
 }
 
 TEST_F(AgentProcessTest, FollowsWhatAnOperatorChanges) {
-    learnLabels(captures[1]);
     Tool owner = served(captures[1]);
     Tool agent = following();
     agent.line();
@@ -213,16 +203,84 @@ TEST_F(AgentProcessTest, FollowsWhatAnOperatorChanges) {
     atOwner({"import", captureDirectory(captures[1])});
     settle(agent);
     expectStatusOf(1);
-    // A file that is no good changes nothing.
-    std::ofstream(labels_) << "2.2.2.2:1006 22\n2.2.2.2 many\n";
-    EXPECT_EQ("settled: patches 4, adjacencies 4, groups 2", settle(agent));
-    const std::string said = errors();
-    EXPECT_NE(said.npos, said.find(labels_ + ":2:8: ")) << said;
-    EXPECT_NE(said.npos, said.find("; the labels stay as they are\n")) << said;
+    // The peer withdraws what it asked for.
+    const std::string user =
+        "Value('Pseudowire::PseudowireUserKey', ** {'userType': patchLdpConnector, "
+        "'name': 'pw6-2', 'vpwsName': '', 'peerAddr': none})";
+    atOwner({"del", "signalling.connectorStatus[" + user + "]"});
+    EXPECT_EQ("settled: patches 4, adjacencies 3, groups 2", settle(agent));
+}
+
+// Every pseudowire that has an interface forwards when the router printed a label for each end
+// of it, and with these labels.
+void expectLabelsOf(
+    const std::string& moment,
+    const Pseudowire::VplsForwardingStatus& forwarding,
+    const Pseudowire::PseudowireIntfIdMapping& interfaces) {
+    using Labels = std::pair<std::uint32_t, std::uint32_t>;
+    std::map<Vorn::IntfId, Labels> expected;
+    std::ifstream in(captureDirectory(moment) + "/l2vpn-atom-binding.json");
+    for (const auto& binding : nlohmann::json::parse(in)) {
+        const std::string ldpKey = binding["destination"].get<std::string>() + ':' +
+                                   std::to_string(binding["vcId"].get<unsigned>());
+        const auto intfId =
+            interfaces.psudowireIntfId(Pseudowire::PseudowireLdpKey::fromStringValue(ldpKey));
+        const auto label = [&](const char* name) {
+            const auto found = binding.find(name);
+            const bool isThere = found != binding.end() && found->is_number();
+            return isThere ? found->get<std::uint32_t>() : 0;
+        };
+        const Labels labels(label("localLabel"), label("remoteLabel"));
+        if (intfId && labels.first != 0 && labels.second != 0) expected[intfId] = labels;
+    }
+    std::map<Vorn::IntfId, Labels> found;
+    for (const auto& instance : forwarding.instance()) {
+        for (const auto& group : instance.value()->pseudowireGroup()) {
+            EXPECT_TRUE(group.value()->splitHorizon());
+            for (const auto& each : group.value()->pseudowire()) {
+                found[each.key()] = {
+                    each.value().decapLabel().value(),
+                    each.value().encapLabel().value()};
+            }
+        }
+    }
+    EXPECT_EQ(expected, found);
+}
+
+TEST_F(AgentProcessTest, ForwardsVplsAsTheCapturesSay) {
+    Tool owner = served(captures[0]);
+    Tool agent({"--config", owner_, "--listen", address_}, vplsProgram);
+    agent.line();
+    std::set<std::string> told;
+    for (const char* const moment : captures) {
+        SCOPED_TRACE(moment);
+        atOwner({"import", captureDirectory(moment)});
+        told.insert(settle(agent));
+        corra::Source at({address_});
+        const auto& forwarding = root<Pseudowire::VplsForwardingStatus>(at, "vplsForwarding");
+        expectLabelsOf(
+            moment,
+            forwarding,
+            root<Pseudowire::PseudowireIntfIdMapping>(at, "interfaces"));
+        corra::Source configured({captureDirectory(moment)});
+        const auto& vpls = root<Pseudowire::VplsConfig>(configured, "vpls");
+        EXPECT_EQ(vpls.instance().members(), forwarding.instance().members());
+        for (const auto& instance : vpls.instance()) {
+            SCOPED_TRACE(instance.name().view());
+            std::set<Bridging::VlanId> expected;
+            for (const auto& vlan : instance.vlan()) expected.insert(vlan.key());
+            std::set<Bridging::VlanId> found;
+            for (const auto& vlan : forwarding.instance(instance.name())->vlan()) {
+                found.insert(vlan.key());
+            }
+            EXPECT_EQ(expected, found);
+        }
+    }
+    EXPECT_LE(3U, told.size()) << "the captures were alike";
+    expectToEnd(agent);
 }
 
 TEST_F(AgentProcessTest, KeepsForwardingWhileTheOwnerIsGone) {
-    learnLabels(captures[1]);
     std::optional<Tool> owner(served(captures[1]));
     Tool agent = following();
     agent.line();
@@ -248,8 +306,6 @@ TEST_F(AgentProcessTest, KeepsForwardingWhileTheOwnerIsGone) {
 }
 
 TEST_F(AgentProcessTest, ExitStatusesTellRefusalFromTrouble) {
-    std::ofstream(place_.path() + "/no-labels") << "many\n";
-    learnLabels(captures[0]);
     Tool agentOfOthers = following();
     corra::test::waitUntil([&] { return std::filesystem::exists(address_.substr(5)); });
     errors();
@@ -271,10 +327,6 @@ TEST_F(AgentProcessTest, ExitStatusesTellRefusalFromTrouble) {
          {"--config", owner_, "--listen", address_},
          2,
          address_ + ": Address already in use\n"},
-        {agentProgram,
-         {"--config", owner_, "--listen", owner_, "--labels", place_.path() + "/no-labels"},
-         2,
-         place_.path() + "/no-labels:1:1: "},
         // It serves no configuration.
         {agentProgram,
          {"--config", address_, "--listen", owner_},
@@ -302,7 +354,9 @@ TEST_F(AgentProcessTest, TheDemoLeavesNothingBehind) {
     ::setenv("TMPDIR", temporary.path().c_str(), 1);
     const std::string examples = std::string(CORRA_SOURCE_DIR) + "/examples";
     for (const int linesRead : {0, 2, 5, 1000}) {
-        Tool demo({programs, examples + "/pe1"}, examples + "/forwarding_demo");
+        Tool demo(
+            {programs, examples + "/pe1", place_.path() + "/services"},
+            examples + "/forwarding_demo");
         std::string shown;
         for (int i = 0; i < linesRead; ++i) {
             const auto line = demo.line();
@@ -314,7 +368,7 @@ TEST_F(AgentProcessTest, TheDemoLeavesNothingBehind) {
         const int status = demo.wait();
         if (linesRead == 1000) {
             EXPECT_EQ(0, status);
-            EXPECT_NE(shown.npos, shown.find("\nforwarding: the agent followed each capture"))
+            EXPECT_NE(shown.npos, shown.find("\nforwarding: the agents followed each capture"))
                 << shown;
         }
         // The processes have ended before it is.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <random>
 #include <set>
@@ -18,16 +19,16 @@
 #include "agent/ForwardingAgent.h"
 #include "agent/ForwardingStatus.h"
 #include "agent/HardwareTable.h"
-#include "agent/PeerLabels.h"
 #include "corra/Dump.h"
 
 namespace {
 
-using agent::PeerLabels;
 using Pseudowire::Connector;
 using Pseudowire::ConnectorKey;
 using Pseudowire::PseudowireLdpKey;
 using Pseudowire::PseudowireType;
+using Pseudowire::PseudowireUserKey;
+using Signalling = Pseudowire::PseudowireAttributeStatusColl;
 
 Vorn::IntfId intf(const char* name) {
     return Vorn::IntfId::fromStringValue(name);
@@ -53,6 +54,14 @@ Connector ldp(const char* name, const char* ldpKey, PseudowireType type) {
     return connector;
 }
 
+// What a peer asked for.
+Pseudowire::PseudowireAttributeStatus
+asked(const Vorn::IpGenAddr& peer, std::uint32_t label, bool controlWord = true) {
+    Pseudowire::PseudowireAttributeStatus status;
+    status.peerInfoIs(peer, {Vorn::MplsLabel(label), {}, {}, 1500, controlWord});
+    return status;
+}
+
 // "CIRCUIT: LABEL OPERATION TAGS", or "CIRCUIT: to OTHER OPERATION TAGS".
 std::string textOf(const agent::PatchForwarding& forwarding) {
     std::string text;
@@ -71,7 +80,9 @@ std::string textOf(const agent::PatchForwarding& forwarding) {
 }
 
 TEST(ForwardingStatus, AdjacenciesFollowTheShapeOfThePatch) {
-    const PeerLabels labels = agent::peerLabelsIn("2.2.2.2:1 100\n3.3.3.3:1 200\n", "labels");
+    const std::map<PseudowireLdpKey, std::uint32_t> labels{
+        {PseudowireLdpKey::fromStringValue("2.2.2.2:1"), 100},
+        {PseudowireLdpKey::fromStringValue("3.3.3.3:1"), 200}};
     const auto raw = ldp("raw", "2.2.2.2:1", PseudowireType::ethernet);
     const auto tagged = ldp("tagged", "3.3.3.3:1", PseudowireType::ethernetTagged);
     const auto early = ldp("early", "4.4.4.4:1", PseudowireType::ethernet);
@@ -100,12 +111,19 @@ TEST(ForwardingStatus, AdjacenciesFollowTheShapeOfThePatch) {
         {{local("swp1"), local("swp2"), local("swp3")}, ""},
     };
     for (const auto& each : cases) {
-        agent::PatchConfig patch{"p", {}, each.connectors};
-        for (const auto& connector : each.connectors) patch.keys.insert(connector.key());
-        EXPECT_EQ(each.expected, textOf(forwardingOf(patch, labels)));
+        agent::PatchState patch{"p", {}, {}};
+        for (const auto& connector : each.connectors) {
+            patch.keys.insert(connector.key());
+            const auto label = labels.find(connector.ldpKey());
+            patch.connectors.push_back({connector, {}});
+            if (label == labels.end()) continue;
+            patch.connectors.back().signalled =
+                asked(connector.ldpKey().peerAddr(), label->second);
+        }
+        EXPECT_EQ(each.expected, textOf(forwardingOf(patch)));
         // A pseudowire that is joined but not configured leaves no shortcut behind it.
         patch.keys.insert(ConnectorKey::fromStringValue("ldp:'unconfigured'"));
-        if (!forwardingOf(patch, labels).adjacencies.empty()) {
+        if (!forwardingOf(patch).adjacencies.empty()) {
             EXPECT_EQ(each.expected.npos, each.expected.find("to ")) << each.expected;
         }
     }
@@ -126,17 +144,21 @@ std::multiset<std::string> factsOf(const Pseudowire::Status& status) {
 using Labels = std::set<std::pair<std::uint32_t, bool>>;
 
 // Of the pseudowires that enabled patches join, a set for each peer.
-std::multiset<Labels> labelsByPeer(const Pseudowire::Config& config, const PeerLabels& labels) {
+std::multiset<Labels> labelsByPeer(
+    const Pseudowire::Config& config,
+    const Signalling& signalling) {
     std::map<Vorn::IpGenAddr, Labels> byPeer;
     for (const auto& patch : config.patch()) {
         if (!patch.value()->enabled()) continue;
         for (const auto& key : patch.value()->connectorKey()) {
             const Connector connector = config.connector(key.key());
-            const auto label = labels.find(connector.ldpKey());
-            if (label == labels.end()) continue;
-            byPeer[connector.ldpKey().peerAddr()].emplace(
-                label->second.value(),
-                connector.controlWord());
+            if (connector.key().connectorType() != Pseudowire::ConnectorType::ldp) continue;
+            const auto address = connector.ldpKey().peerAddr();
+            const auto peer =
+                signalling.connectorStatus(PseudowireUserKey::fromConnectorKey(key.key()))
+                    .peerInfo(address);
+            if (peer.peerLabel() == Vorn::MplsLabel()) continue;
+            byPeer[address].emplace(peer.peerLabel().value(), peer.encapControlWord());
         }
     }
     std::multiset<Labels> sets;
@@ -159,8 +181,8 @@ std::multiset<Labels> labelsByGroup(const Pseudowire::Status& status) {
 // Whatever came before, the agent holds what one holds that starts now.
 TEST(ForwardingAgent, ComputesByChangeWhatItComputesFromScratch) {
     std::mt19937 random(11);
-    const auto below = [&](unsigned bound) {
-        return random() % bound;
+    const auto below = [&](std::uint32_t bound) {
+        return static_cast<std::uint32_t>(random()) % bound;
     };
     const std::vector<Connector> connectors{
         local("swp1"),
@@ -175,8 +197,8 @@ TEST(ForwardingAgent, ComputesByChangeWhatItComputesFromScratch) {
     };
     const auto config = Pseudowire::configFactory("pw");
     const auto status = Pseudowire::statusFactory("status");
-    agent::ForwardingAgent agent(config, status);
-    PeerLabels labels;
+    const auto signalling = Pseudowire::pseudowireAttributeStatusCollFactory("signalling");
+    agent::ForwardingAgent agent(config, signalling, status);
     std::set<std::size_t> adjacencyCounts;
     for (int step = 0; step < 4000; ++step) {
         Connector connector = connectors[below(7)];
@@ -200,12 +222,11 @@ TEST(ForwardingAgent, ComputesByChangeWhatItComputesFromScratch) {
                 config->connectorIs(connector);
                 break;
             case 5:
-                labels.erase(anyLdpKey());
-                if (below(3) != 0) {
-                    const auto number = static_cast<std::uint32_t>(16 + below(3));
-                    labels[anyLdpKey()] = Vorn::MplsLabel(number);
-                }
-                agent.peerLabelsAre(labels);
+                signalling->connectorStatusIs(
+                    PseudowireUserKey::fromConnectorKey(connectors[4 + below(3)].key()),
+                    asked(anyLdpKey().peerAddr(), 16 + below(3), below(2) != 0));
+                signalling->connectorStatusDel(
+                    PseudowireUserKey::fromConnectorKey(connectors[4 + below(3)].key()));
                 break;
             default:
                 patch->connectorKeyIs(connector.key());
@@ -214,11 +235,10 @@ TEST(ForwardingAgent, ComputesByChangeWhatItComputesFromScratch) {
         if (below(3) == 0) continue;
         agent.update();
         const auto fresh = Pseudowire::statusFactory("status");
-        agent::ForwardingAgent starting(config, fresh);
-        starting.peerLabelsAre(labels);
+        agent::ForwardingAgent starting(config, signalling, fresh);
         starting.update();
         ASSERT_EQ(factsOf(*fresh), factsOf(*status)) << step;
-        ASSERT_EQ(labelsByPeer(*config, labels), labelsByGroup(*status)) << step;
+        ASSERT_EQ(labelsByPeer(*config, *signalling), labelsByGroup(*status)) << step;
         adjacencyCounts.insert(status->encapAdjacency().members());
     }
     EXPECT_LE(4U, adjacencyCounts.size()) << "all that was computed was alike";
@@ -276,30 +296,6 @@ TEST(HardwareTable, ReportsWhatDidNotGetIn) {
         if (programmable > capacity) ++timesFull;
     }
     EXPECT_LE(50U, timesFull);
-}
-
-TEST(PeerLabels, BadLinesAreRefusedWithTheirPlace) {
-    const struct {
-        std::string text;
-        std::string said;
-    } cases[] = {
-        {"2.2.2.2:1 100\n\n# more\n2.2.2.2 100\n", "labels:4:8: "},
-        {"2.2.2.2:1 15\n", "labels:1:11: "},
-        {"2.2.2.2:1 1048576\n", "labels:1:11: "},
-        {"2.2.2.2:1\n", "labels:1:10: "},
-        {"2.2.2.2:1 100 \n", "labels:1:14: "},
-        {"2.2.2.2:1 100\n2.2.2.2:1 101", "labels:2:1: "},
-        {"swp1 100\n", "labels:1:1: "},
-    };
-    for (const auto& each : cases) {
-        try {
-            agent::peerLabelsIn(each.text, "labels");
-            ADD_FAILURE() << each.text;
-        } catch (const std::runtime_error& error) {
-            EXPECT_TRUE(std::string(error.what()).starts_with(each.said)) << error.what();
-        }
-    }
-    EXPECT_EQ(2U, agent::peerLabelsIn("[2001:db8::3]:7 16\n2.2.2.2:1 1048575", "").size());
 }
 
 }  // namespace

@@ -111,6 +111,8 @@ const Step steps[] = {
      ""},
     {{"dump", "pw.intfReviewDelayRange"}, 0, "pw.intfReviewDelayRange min=12.5 max=45\n", ""},
     {{"get", "pw.getMtuDefault"}, 0, "0\n", ""},
+    {{"dump", "--tree", "pw.mtu"}, 2, "", "pw.mtu is no entity"},
+    {{"dump", "--tree", "pw.patch['none']"}, 1, "", "there is no pw.patch['none']"},
     // Children and sets.
     {{"get", patch}, 1, "", "there is no " + patch},
     {{"get", patch + ".enabled"}, 1, "", "there is no " + patch + ".enabled"},

@@ -1,8 +1,11 @@
 #include "corra/Show.h"
 
 #include <optional>
+#include <stdexcept>
 #include <vector>
 
+#include "Quib/DumpContext.h"
+#include "Zin/Module.h"
 #include "corra/Console.h"
 #include "corra/Dump.h"
 #include "corra/Locate.h"
@@ -23,6 +26,22 @@ int printFacts(const std::vector<Fact>& facts, bool json) {
     if (json) array.end();
     flushOutput();
     return exitGood;
+}
+
+int printTree(const std::vector<Zin::Ptr<Zin::Entity>>& entities) {
+    const auto context = Quib::DumpContext::make([](std::string_view text) { print(text); });
+    for (const auto& entity : entities) {
+        entity->fwkType().info()->dumpState(*entity, context, 0);
+    }
+    flushOutput();
+    return exitGood;
+}
+
+int printAll(const Roots& roots, const ShowOptions& options) {
+    if (!options.tree) return printFacts(factsOf(roots), options.json);
+    std::vector<Zin::Ptr<Zin::Entity>> entities;
+    for (const auto& [name, root] : roots) entities.push_back(root);
+    return printTree(entities);
 }
 
 // The value, not its fact.
@@ -46,7 +65,7 @@ int show(const ShowOptions& options, bool wantsValue) {
     Zin::String root;
     if (!wantsAll) withCaret(options.path, [&] { root = rootOf(options.path); });
     Source source(options.source, root);
-    if (wantsAll) return printFacts(factsOf(source.roots()), options.json);
+    if (wantsAll) return printAll(source.roots(), options);
     std::optional<Located> at;
     try {
         withCaret(options.path, [&] { at.emplace(locate(source.roots(), options.path)); });
@@ -55,6 +74,12 @@ int show(const ShowOptions& options, bool wantsValue) {
     if (!at || !at->place.exists()) {
         say("there is no " + options.path);
         return exitFailed;
+    }
+    if (options.tree) {
+        if (at->place.kind() != Zin::Place::Kind::entity) {
+            throw std::runtime_error(options.path + " is no entity: there is no tree of it");
+        }
+        return printTree({at->place.entity()});
     }
     // Of a collection inside of a value the text says nothing, its facts do.
     const Zin::ValueInfo* const type = at->place.type();

@@ -12,6 +12,8 @@ struct ShowOptions {
     SourceOptions source;
     std::string path;
     bool json = false;
+    // Entities as they dump themselves, indented, instead of facts.
+    bool tree = false;
 };
 
 // exitFailed when nothing is there. Throws as Source does, and std::runtime_error for a bad

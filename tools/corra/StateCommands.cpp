@@ -28,12 +28,15 @@ void addDump(Commands& commands) {
         [](const ShowOptions& chosen) { return dump(chosen); });
     addPath(app, options.path, "Default: all");
     addAt(app, options.source.at);
-    addJson(app, options.json, "Show JSON: an array of facts");
+    CLI::Option* const json = addJson(app, options.json, "Show JSON: an array of facts");
+    app.add_flag("--tree", options.tree, "Show entities as they dump themselves, indented")
+        ->excludes(json);
     addPatience(app, options.source.patience);
     addFooter(
         app,
         "  corra dump --at examples/pe1/t0-alone\n"
         "  corra dump --at unix:pw.sock pw.patch\n"
+        "  corra dump --at unix:pw.sock --tree vpls\n"
         "  CORRA_AT=pw.json corra dump --json\n",
         {aboutSources, aboutPaths});
 }
