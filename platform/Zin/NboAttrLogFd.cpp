@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -13,7 +14,9 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <ctime>
 #include <exception>
+#include <optional>
 #include <system_error>
 
 namespace Zin::NboAttrLog {
@@ -71,6 +74,32 @@ std::string textOf(const Address& address) {
     return address.kind == Address::Kind::unixSocket ? "unix:" + address.path
                                                      : "tcp:" + std::to_string(address.port);
 }
+
+// While it lives, no other process is between looking whether a path in this directory is
+// served and serving it: of two that find the same stale file both would replace it. Where a
+// file system has no locks, and where a stranger holds this one for long, it is done without.
+class ServingLock {
+  public:
+    explicit ServingLock(const std::string& path)
+        : directory_(::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        constexpr timespec pause{0, 10'000'000};
+        constexpr int mostTries = 100;
+        for (int tries = 0; directory_ && tries < mostTries; ++tries) {
+            if (::flock(directory_.get(), LOCK_EX | LOCK_NB) == 0) return;
+            if (errno != EWOULDBLOCK && errno != EINTR) return;
+            ::nanosleep(&pause, nullptr);
+        }
+    }
+
+  private:
+    static std::string directoryOf(const std::string& path) {
+        const std::size_t slash = path.rfind('/');
+        return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    }
+
+    // Closing it ends the lock.
+    Fd directory_;
+};
 
 // Removes a socket file that a server left behind when it died.
 void removeStale(const Address& address, const SocketAddress& where) {
@@ -202,7 +231,9 @@ Address Address::fromText(std::string_view text) {
 Fd listenAt(const Address& address) {
     const SocketAddress where(address);
     Fd fd = newSocket(where.any.sa_family);
+    std::optional<ServingLock> lock;
     if (address.kind == Address::Kind::unixSocket) {
+        lock.emplace(address.path);
         removeStale(address, where);
         // The mode of the socket's inode is that of the file which bind makes: no moment in
         // which somebody else could connect.

@@ -22,7 +22,7 @@ inline constexpr std::array<const char*, 4> captures{
     "t3-pe3-back-reconfigured"};
 
 inline std::string captureDirectory(const std::string& moment) {
-    return std::string(CORRA_SOURCE_DIR) + "/examples/pe1/" + moment;
+    return CORRA_SOURCE_DIR "/examples/pe1/" + moment;
 }
 
 inline std::string captureText(const std::string& moment) {

@@ -18,7 +18,7 @@
 #include "corra/Dump.h"
 #include "corra/ShellLine.h"
 #include "corra/StateFile.h"
-#include "corra/WriteFile.h"
+#include "corra/WholeFile.h"
 #include "tools/Captures.h"
 #include "tools/Tool.h"
 

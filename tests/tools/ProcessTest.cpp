@@ -22,23 +22,16 @@
 #include "corra/Process.h"
 #include "corra/Watch.h"
 #include "tools/Captures.h"
+#include "tools/ProcessFixture.h"
 #include "tools/Tool.h"
 
 namespace {
 
 using corra::Fd;
 using corra::test::captureDirectory;
+using corra::test::holdConfiguration;
 using corra::test::Tool;
-using corra::test::waitUntil;
 using Lines = std::vector<std::string>;
-
-// A capture of which the configuration alone is held.
-void holdConfiguration(const std::string& moment, const std::string& capture) {
-    std::filesystem::copy_file(
-        captureDirectory(moment) + "/running-config.txt",
-        capture + "/running-config.txt",
-        std::filesystem::copy_options::overwrite_existing);
-}
 
 void import(const std::string& moment, corra::Roots& roots) {
     const corra::TemporaryDirectory capture;
@@ -77,56 +70,10 @@ Lines sorted(Lines lines) {
     return lines;
 }
 
-class ProcessTest : public testing::Test {
-  protected:
-    ProcessTest() {
-        ::setenv("CORRA_TEST_ERRORS", (directory_.path() + "/errors").c_str(), 1);
-        std::filesystem::create_directory(capture_);
-        holdCapture("t0-alone");
-    }
+constexpr const char* t0 = "t0-alone";
+constexpr const char* t3 = "t3-pe3-back-reconfigured";
 
-    void holdCapture(const std::string& moment) { holdConfiguration(moment, capture_); }
-
-    Fd connected() const {
-        return Zin::NboAttrLog::connectTo(Zin::NboAttrLog::Address::fromText(address_));
-    }
-
-    // A server that serves.
-    Tool served() const {
-        Tool server({"serve", capture_, "--listen", address_});
-        waitUntil([&] {
-            try {
-                connected();
-                return true;
-            } catch (const std::exception&) {
-                return false;
-            }
-        });
-        return server;
-    }
-
-    // What was said since the last call.
-    std::string errors() const {
-        std::ifstream in(directory_.path() + "/errors");
-        const std::string text{std::istreambuf_iterator<char>(in), {}};
-        std::filesystem::resize_file(directory_.path() + "/errors", 0);
-        return text;
-    }
-
-    std::string stateOnce() const {
-        Tool once({"mirror", address_, "--once"});
-        const std::string state = once.rest();
-        EXPECT_EQ(0, once.wait());
-        return state;
-    }
-
-    static constexpr const char* t0_ = "t0-alone";
-    static constexpr const char* t3_ = "t3-pe3-back-reconfigured";
-    const corra::TemporaryDirectory directory_;
-    const std::string capture_ = directory_.path() + "/capture";
-    const std::string socket_ = directory_.path() + "/pw.sock";
-    const std::string address_ = "unix:" + socket_;
-};
+using ProcessTest = corra::test::ServedCapture;
 
 TEST_F(ProcessTest, AMirrorHearsOfAnUpdateWhateverOthersDo) {
     Tool server = served();
@@ -135,7 +82,7 @@ TEST_F(ProcessTest, AMirrorHearsOfAnUpdateWhateverOthersDo) {
     EXPECT_EQ(0600U, status.st_mode & 0777U);
 
     Tool mirror({"mirror", address_, "--watch", "--states", "--quiet"});
-    EXPECT_EQ(dumpOf(t0_), mirror.toldUntilSynced().state);
+    EXPECT_EQ(dumpOf(t0), mirror.toldUntilSynced().state);
 
     // One mirror stands still, one peer never says a word, others talk nonsense until they are
     // cut off.
@@ -159,10 +106,10 @@ TEST_F(ProcessTest, AMirrorHearsOfAnUpdateWhateverOthersDo) {
     holdCapture("t3-pe3-back-reconfigured");
     server.kill(SIGHUP);
     Lines told;
-    const Lines expected = differences(t0_, t3_);
+    const Lines expected = differences(t0, t3);
     while (told.size() < expected.size()) told.push_back(mirror.line().value_or("no line"));
     EXPECT_EQ(expected, sorted(told));
-    EXPECT_EQ(dumpOf(t3_), stateOnce());
+    EXPECT_EQ(dumpOf(t3), stateOnce());
     stopped.kill(SIGCONT);
     told.clear();
     while (told.size() < expected.size()) told.push_back(stopped.line().value_or("no line"));
@@ -187,8 +134,8 @@ TEST_F(ProcessTest, AMirrorIsResynchronisedWhenTheServerComesBack) {
     holdCapture("t3-pe3-back-reconfigured");
     Tool second = served();
     const Tool::Told told = mirror.toldUntilSynced();
-    EXPECT_EQ(dumpOf(t3_), told.state);
-    EXPECT_EQ(differences(t0_, t3_), sorted(told.changes));
+    EXPECT_EQ(dumpOf(t3), told.state);
+    EXPECT_EQ(differences(t0, t3), sorted(told.changes));
 }
 
 // Roots come and go with the files of the capture.
@@ -207,7 +154,7 @@ TEST_F(ProcessTest, AllThatACaptureSaysIsServed) {
     }
     std::filesystem::remove(capture_ + "/l2vpn-atom-binding.json");
     server.kill(SIGHUP);
-    EXPECT_EQ(dumpOf(t3_), stateOnce());
+    EXPECT_EQ(dumpOf(t3), stateOnce());
 }
 
 TEST_F(ProcessTest, ABadCaptureLeavesTheServedStateAsItIs) {
@@ -215,7 +162,7 @@ TEST_F(ProcessTest, ABadCaptureLeavesTheServedStateAsItIs) {
     std::ofstream(capture_ + "/running-config.txt") << "l2vpn A type vpls\n mtu many\nexit\n";
     // Taken before any mirror that comes after it.
     server.kill(SIGHUP);
-    EXPECT_EQ(dumpOf(t0_), stateOnce());
+    EXPECT_EQ(dumpOf(t0), stateOnce());
     server.kill(SIGINT);
     EXPECT_EQ(0, server.wait());
     const std::string said = errors();
@@ -231,7 +178,7 @@ TEST_F(ProcessTest, JsonIsJson) {
     Tool server = served();
     Tool once({"mirror", address_, "--once", "--json"});
     const auto facts = nlohmann::json::parse(once.rest());
-    const std::string state = dumpOf(t0_);
+    const std::string state = dumpOf(t0);
     EXPECT_EQ(
         std::count(state.begin(), state.end(), '\n'),
         static_cast<std::ptrdiff_t>(facts.size()));
@@ -244,7 +191,7 @@ TEST_F(ProcessTest, TheDemoEndsEqual) {
     EXPECT_EQ(0, demo.wait());
     EXPECT_TRUE(shown.ends_with("\ndemo: 4 captures, owner and mirror equal after each\n"))
         << shown;
-    for (const std::string& change : differences(t0_, t3_)) {
+    for (const std::string& change : differences(t0, t3)) {
         EXPECT_NE(shown.npos, shown.find('\n' + change + '\n')) << change;
     }
 }
@@ -300,7 +247,7 @@ TEST_F(ProcessTest, AnAddressIsServedOnce) {
     Tool server = served();
     Tool second({"serve", capture_, "--listen", address_});
     EXPECT_EQ(2, second.wait());
-    EXPECT_EQ(dumpOf(t0_), stateOnce());
+    EXPECT_EQ(dumpOf(t0), stateOnce());
 }
 
 }  // namespace

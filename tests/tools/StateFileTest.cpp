@@ -31,7 +31,7 @@
 #include "corra/StateValue.h"
 #include "corra/StrictJson.h"
 #include "corra/Update.h"
-#include "corra/WriteFile.h"
+#include "corra/WholeFile.h"
 #include "frame/TypeModule.h"
 #include "support/Dump.h"
 #include "support/LabTypes.h"

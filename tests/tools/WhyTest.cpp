@@ -21,7 +21,7 @@
 #include "corra/WhyChanges.h"
 #include "corra/WhyCommand.h"
 #include "corra/WhyState.h"
-#include "corra/WriteFile.h"
+#include "corra/WholeFile.h"
 #include "tools/Tool.h"
 
 namespace {

@@ -1,5 +1,6 @@
 #include "corra/CommandLine.h"
 
+#include <csignal>
 #include <exception>
 #include <string>
 
@@ -9,6 +10,8 @@
 namespace corra {
 
 int runCommandLine(int argc, char** argv) {
+    // A file that may not grow further is an error of the write, which is told.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         Commands commands;
         try {

@@ -3,7 +3,7 @@
 #include "corra/Console.h"
 #include "corra/StateFile.h"
 #include "corra/StateSchema.h"
-#include "corra/WriteFile.h"
+#include "corra/WholeFile.h"
 
 namespace corra {
 

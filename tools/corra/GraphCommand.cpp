@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <system_error>
 
@@ -15,7 +13,7 @@
 #include "corra/Graph.h"
 #include "corra/GraphDot.h"
 #include "corra/Process.h"
-#include "corra/WriteFile.h"
+#include "corra/WholeFile.h"
 
 namespace corra {
 
@@ -56,8 +54,7 @@ std::string rendered(const std::string& dot, const std::string& format) {
                                             ? std::string(" by a signal")
                                             : " with exit status " + std::to_string(status)));
     }
-    std::ifstream in(to, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    return readWholeFile(to);
 }
 
 }  // namespace

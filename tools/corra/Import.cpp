@@ -1,11 +1,9 @@
 #include "corra/Import.h"
 
 #include <cerrno>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -16,6 +14,7 @@
 #include "corra/PanelOf.h"
 #include "corra/SignallingState.h"
 #include "corra/Update.h"
+#include "corra/WholeFile.h"
 
 namespace corra {
 
@@ -175,16 +174,12 @@ Parsed parsedConfig(std::string_view text, std::string_view file) {
 
 // Nothing when there is no such file. Throws std::system_error when it cannot be read.
 std::optional<std::string> contentsOf(const std::string& file) {
-    errno = 0;
-    const std::ifstream in(file, std::ios::binary);
-    if (!in.is_open() && errno == ENOENT) return std::nullopt;
-    std::ostringstream text;
-    if (in.is_open()) text << in.rdbuf();
-    // An empty file fails to be copied, too, but without an error of the system.
-    if (!in.is_open() || (!text && errno != 0)) {
-        throw std::system_error(errno, std::generic_category(), file);
+    try {
+        return readWholeFile(file);
+    } catch (const std::system_error& error) {
+        if (error.code() == std::errc::no_such_file_or_directory) return std::nullopt;
+        throw;
     }
-    return std::move(text).str();
 }
 
 // Nothing when the router was not asked for its bindings.

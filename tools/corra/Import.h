@@ -41,7 +41,8 @@ std::vector<RouterConfig::Diagnostic> importFile(
 // "vpls" are always there; "labels", "signalling" and "panel" are when the router was asked for
 // its bindings, and are taken out of `roots` when it was not. Returns what was left out and
 // what contradicts itself, a line each with its place. Throws as importFile() does, and
-// StateError; nothing has changed then.
+// StateError; nothing has changed then. Where memory runs out in the middle each attribute is
+// old or new, and importing once more completes it.
 Warnings importCapture(const std::string& directory, Roots& roots);
 
 }  // namespace corra

@@ -73,7 +73,7 @@ class Members {
     // The router has a word for "none", which differs from table to table.
     Vorn::MplsLabel label(std::string_view name) {
         const json& found = need(name);
-        if (found == "unassigned" || found == "-") return {};
+        if (isText(found, "unassigned") || isText(found, "-")) return {};
         if (!isNumber(found, leastLabel, mostLabel)) {
             StatePlace(place_, name)
                 .fail(wholeNumber(leastLabel, mostLabel) + R"(, "unassigned" or "-")", found);
@@ -100,6 +100,10 @@ class Members {
     }
 
   private:
+    // The library's own comparison copies the text where it may not throw.
+    static bool isText(const json& value, std::string_view text) {
+        return value.is_string() && value.get_ref<const std::string&>() == text;
+    }
     static bool isNumber(const json& value, std::uint64_t least, std::uint64_t most) {
         return value.is_number_unsigned() && value.get<std::uint64_t>() >= least &&
                value.get<std::uint64_t>() <= most;

@@ -10,7 +10,7 @@
 #include "corra/Import.h"
 #include "corra/StateFile.h"
 #include "corra/Update.h"
-#include "corra/WriteFile.h"
+#include "corra/WholeFile.h"
 
 namespace corra {
 

@@ -1,20 +1,15 @@
 #include "corra/StateFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <system_error>
 #include <utility>
 
 #include "Zin/Any.h"
 #include "Zin/Exceptions.h"
-#include "corra/EventLoop.h"
 #include "corra/Generic.h"
 #include "corra/StateValue.h"
 #include "corra/StrictJson.h"
+#include "corra/WholeFile.h"
 
 namespace corra {
 
@@ -330,24 +325,8 @@ Roots readState(std::string_view text, std::string_view file) {
 }
 
 Roots readStateFile(const std::string& file) {
-    const auto failed = [&] {
-        return std::system_error(errno, std::generic_category(), file);
-    };
-    const Fd in(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    if (in.get() < 0) throw failed();
-    std::string text;
-    constexpr std::size_t step = std::size_t{64} << 10;
     // One byte more than is allowed says that there are too many.
-    for (std::size_t size = 0; size <= maxStateBytes;) {
-        text.resize(size + step);
-        const ssize_t count = ::read(in.get(), text.data() + size, step);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) throw failed();
-        size += static_cast<std::size_t>(count);
-        text.resize(size);
-        if (count == 0) break;
-    }
-    return readState(text, file);
+    return readState(readWholeFile(file, maxStateBytes + 1), file);
 }
 
 }  // namespace corra

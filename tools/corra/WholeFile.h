@@ -1,11 +1,19 @@
-// Replaces a file as a whole.
+// Reads and replaces files as a whole.
 
 #pragma once
 
+#include <cstddef>
+#include <limits>
 #include <string>
 #include <string_view>
 
 namespace corra {
+
+// What the file holds, or its first `most` bytes. Throws std::system_error when it cannot be
+// read, and std::bad_alloc: what is returned is never a part that looks like the whole.
+std::string readWholeFile(
+    const std::string& file,
+    std::size_t most = std::numeric_limits<std::size_t>::max());
 
 // After it returns the file holds the text, also across a crash; when it throws, the file is as
 // it was. There is no moment with anything in between. The text is written to a file beside

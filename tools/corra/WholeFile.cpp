@@ -1,9 +1,10 @@
-#include "corra/WriteFile.h"
+#include "corra/WholeFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -85,6 +86,23 @@ void syncDirectoryOf(const std::string& file) {
 }
 
 }  // namespace
+
+std::string readWholeFile(const std::string& file, std::size_t most) {
+    const Fd in(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (in.get() < 0) fail(file);
+    std::string text;
+    constexpr std::size_t step = std::size_t{64} << 10;
+    for (std::size_t size = 0; size < most;) {
+        text.resize(size + std::min(step, most - size));
+        const ssize_t count = ::read(in.get(), text.data() + size, text.size() - size);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) fail(file);
+        size += static_cast<std::size_t>(count);
+        text.resize(size);
+        if (count == 0) break;
+    }
+    return text;
+}
 
 void writeFileAtomically(const std::string& given, std::string_view text) {
     const std::string file = withoutLinks(given);
