@@ -115,7 +115,7 @@ TEST(AllocationFailure, StreamsLoseNothing) {
         for (std::uint64_t seed = 1; seed <= 20; ++seed) {
             SCOPED_TRACE(seed);
             bool more = true;
-            for (std::uint64_t n = 0; more; n += 1 + n / 16) {
+            for (std::uint64_t n = 0; more; ++n) {
                 World world(type, seed);
                 laws::Random random(seed);
                 for (int i = 0; i < 4; ++i) {
