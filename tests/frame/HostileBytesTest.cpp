@@ -11,8 +11,9 @@
 
 #include "Zin/NboAttrLogOut.h"
 #include "frame/Allocations.h"
+#include "support/Dump.h"
 #include "support/LabTypes.h"
-#include "support/Simulator.h"
+#include "support/Link.h"
 
 namespace {
 

@@ -1,15 +1,16 @@
-// Owners and mirrors under faults: tests/support/Simulator.h. A seed that fails is printed;
+// Owners and mirrors under faults: tests/simulation/Simulator.h. A seed that fails is printed;
 // CORRA_SEED=<seed> replays that one and tells each step, CORRA_SEEDS=<number> runs more of
 // them.
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 
 #include "Zin/AllocTrack.h"
+#include "simulation/Simulator.h"
 #include "support/LabTypes.h"
 #include "support/RootTypes.h"
-#include "support/Simulator.h"
 
 namespace {
 
