@@ -7,7 +7,9 @@
 // simulation/run-long spreads many of them over all processors.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -16,6 +18,11 @@
 
 #include "Zin/AllocTrack.h"
 #include "simulation/Simulator.h"
+#include "support/RootTypes.h"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#include <sanitizer/common_interface_defs.h>
+#endif
 
 namespace {
 
@@ -62,10 +69,32 @@ std::optional<std::uint64_t> number(const char* variable) {
     return text ? std::optional(std::strtoull(text, nullptr, 10)) : std::nullopt;
 }
 
+// What is printed of a schedule that fails, a crash included.
+std::string replay;
+
 std::string toReplay(std::uint64_t seed) {
     return "to replay it: CORRA_SEED=" + std::to_string(seed) + ' ' +
            std::filesystem::read_symlink("/proc/self/exe").string() +
-           " --gtest_filter=Simulation.MirrorsEndAsTheirOwners";
+           " --gtest_filter=Simulation.MirrorsEndAsTheirOwners\n";
+}
+
+void printReplay() {
+    [[maybe_unused]] const auto written = ::write(STDERR_FILENO, replay.data(), replay.size());
+}
+
+void onCrash(int signal) {
+    printReplay();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void printReplayOnCrash() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    __sanitizer_set_death_callback(&printReplay);
+    std::signal(SIGABRT, &onCrash);
+#else
+    for (const int signal : {SIGABRT, SIGSEGV, SIGBUS}) std::signal(signal, &onCrash);
+#endif
 }
 
 // Objects and bytes of each type. Where this program and the library have a record each, what
@@ -86,20 +115,26 @@ std::map<std::string, std::pair<std::uint64_t, std::uint64_t>> live() {
 TEST(Simulation, MirrorsEndAsTheirOwners) {
     const auto wantedSeed = number("CORRA_SEED");
     const auto wantedSchedules = number("CORRA_SCHEDULES");
-    const bool replay = wantedSeed && !wantedSchedules;
+    const bool alone = wantedSeed && !wantedSchedules;
     const std::uint64_t first = wantedSeed.value_or(1);
-    const std::uint64_t schedules = replay ? 1 : wantedSchedules.value_or(shortForm);
+    const std::uint64_t schedules = alone ? 1 : wantedSchedules.value_or(shortForm);
+    printReplayOnCrash();
     Coverage coverage;
     const auto before = live();
     for (std::uint64_t seed = first; seed < first + schedules; ++seed) {
-        ASSERT_EQ(Simulation(seed, coverage, replay).run(steps), "") << toReplay(seed);
-        ASSERT_EQ(live(), before) << "something was left behind; " << toReplay(seed);
+        replay = toReplay(seed);
+        ASSERT_EQ(Simulation(seed, coverage, alone).run(steps), "") << replay;
+        ASSERT_EQ(live(), before) << "something was left behind; " << replay;
     }
     for (const auto& [what, times] : coverage) {
         std::cout << what << ": " << times << '\n';
     }
     if (schedules < enough) return;
     for (const std::string_view what : mustComeUp) EXPECT_NE(coverage[what], 0U) << what;
+    for (const support::EntityType& type : support::rootTypes) {
+        const std::string_view name = type.make("a")->fwkType().info()->name;
+        EXPECT_NE(coverage[name], 0U) << name;
+    }
 }
 
 }  // namespace

@@ -76,7 +76,9 @@ class Simulation::Meddler final : private Zin::Notifiee {
 // What a process holds of a root: the root itself, or a mirror of it.
 struct Simulation::Copy {
     Ptr<Entity> entity;
-    std::unique_ptr<Shadow> shadow;
+    // Told before all who change things from inside callbacks, and behind some of them.
+    std::unique_ptr<Shadow> first;
+    std::unique_ptr<Shadow> late;
     std::vector<std::unique_ptr<Meddler>> meddlers;
     Ptr<Entity> saved;
 };
@@ -240,11 +242,13 @@ bool Simulation::mayWrite(std::size_t process, std::size_t root) const {
 void Simulation::copyIs(std::size_t process, std::size_t root, const Ptr<Entity>& entity) {
     Copy& copy = processes_[process].copies[root];
     copy.meddlers.clear();
-    copy.shadow.reset();
+    copy.first.reset();
+    copy.late.reset();
     copy.entity = entity;
     if (!entity) return;
-    copy.shadow = std::make_unique<Shadow>(entity, heard_);
+    copy.first = std::make_unique<Shadow>(entity, heard_);
     for (std::size_t i = below(3); i != 0; --i) attachMeddler(process, root);
+    copy.late = std::make_unique<Shadow>(entity, heardLate_);
 }
 
 void Simulation::attachMeddler(std::size_t process, std::size_t root) {
@@ -308,6 +312,7 @@ void Simulation::restart(std::size_t number) {
             for (std::size_t i = below(40); i != 0; --i) {
                 typeOf(number, root).step(*entity, random_);
             }
+            count(entity->fwkType().info()->name);
             process.exports[0]->exportIs(roots_[root].name, entity, Access::readOnly);
             process.exports[1]->exportIs(roots_[root].name, entity, Access::readWrite);
         }
@@ -563,7 +568,9 @@ void Simulation::compare(std::size_t process, std::size_t root) {
     };
     if (!heard_.ofNothing.empty()) expect(heard_.ofNothing.front(), "was told of no change");
     const State state = dump(*copy.entity);
-    expect(difference(state, copy.shadow->state()), "changed, and a reactor was not told");
+    for (const auto& shadow : {&copy.first, &copy.late}) {
+        expect(difference(state, (*shadow)->state()), "changed, and a reactor was not told");
+    }
     if (process == owner) return;
     count("mirrors compared");
     expect(

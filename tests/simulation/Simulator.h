@@ -84,6 +84,7 @@ class Simulation {
     bool trace_;
     std::string fault_;
     Heard heard_;
+    Heard heardLate_;
     // What reactors may still do.
     unsigned meddling_ = 0;
     // At most this many bytes travel at once.
