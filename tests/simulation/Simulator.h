@@ -77,6 +77,7 @@ class Simulation {
     void step();
     void stepOn(Peering& peering);
     void settle();
+    void compareWithHeard(std::size_t process, std::size_t root);
     void compare(std::size_t process, std::size_t root);
 
     laws::Random random_;
