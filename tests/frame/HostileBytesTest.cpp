@@ -11,6 +11,7 @@
 
 #include "Zin/NboAttrLogOut.h"
 #include "frame/Allocations.h"
+#include "laws/RandomValue.h"
 #include "support/Dump.h"
 #include "support/LabTypes.h"
 #include "support/Link.h"
