@@ -117,6 +117,19 @@ TEST(Link, ReactorsThatThrowKeepNothingFromBeingApplied) {
     }
 }
 
+// A flow-out that began behind an attribute which has changed meanwhile comes back to it.
+TEST(Link, WhatChangesBehindAFlowOutIsSentToo) {
+    Pair pair(rootTypes[0], Access::readOnly, 1);
+    auto& bench = static_cast<Lab::Bench&>(*pair.owner);
+    bench.labelIs("at once");
+    bench.labelIs("when there is room");
+    ASSERT_TRUE(pair.link->send(0, 1000));
+    ASSERT_TRUE(pair.link->send(0, 1));
+    bench.wideIs(9);
+    ASSERT_TRUE(pair.link->settle());
+    EXPECT_EQ(difference(dump(bench), dump(*pair.mirror)), "");
+}
+
 // Children that come and go leave nothing behind on either side of a stream.
 TEST(Link, DeletedChildrenDie) {
     for (const Access access : {Access::readOnly, Access::readWrite}) {
