@@ -256,10 +256,7 @@ class ZIN_EXPORT EntityLayer : public Below {
         } else {
             (self().*member).erase(kept, &removed);
         }
-        if (!removed) return removed;
-        const Zin::Ptr<Zin::Entity> guard(this);
-        linkTo(*removed, nullptr);
-        this->notify(AttributeFor<T, member>::id, &kept);
+        if (removed) removedChild(*removed, AttributeFor<T, member>::id, &kept);
         return removed;
     }
 
@@ -292,10 +289,7 @@ class ZIN_EXPORT EntityLayer : public Below {
     template <auto member>
     auto singletonDel() {
         auto removed = std::exchange(self().*member, nullptr);
-        if (!removed) return removed;
-        const Zin::Ptr<Zin::Entity> guard(this);
-        linkTo(*removed, nullptr);
-        this->notify(AttributeFor<T, member>::id, nullptr);
+        if (removed) removedChild(*removed, AttributeFor<T, member>::id, nullptr);
         return removed;
     }
 
@@ -312,6 +306,21 @@ class ZIN_EXPORT EntityLayer : public Below {
 
     static void linkTo(Zin::Entity& child, Zin::Entity* parent) {
         child.parentIs(Zin::Ptr<Zin::Entity>(parent));
+    }
+
+    // What the child's own reactors throw must not keep those of its parent from hearing.
+    void removedChild(Zin::Entity& child, AttributeId id, const void* key) {
+        const Zin::Ptr<Zin::Entity> guard(this);
+        try {
+            linkTo(child, nullptr);
+        } catch (...) {
+            try {
+                this->notify(id, key);
+            } catch (...) {
+            }
+            throw;
+        }
+        this->notify(id, key);
     }
 
     // What reactors throw has nobody left to reach, and keeps no other child from being

@@ -68,7 +68,12 @@ void AllocTrackTypeInfo::trackArrayAllocation(
     trackAllocation(type, elementBytes * elements);
 }
 
-void AllocTrackTypeInfo::trackDeallocation(const std::type_info&, std::size_t bytes) noexcept {
+void AllocTrackTypeInfo::trackDeallocation(
+    const std::type_info& type,
+    std::size_t bytes) noexcept {
+    if (__atomic_load_n(&joined_, __ATOMIC_ACQUIRE) == 0) [[unlikely]] {
+        join(type);
+    }
     subtract(counts_.liveObjects, 1);
     subtract(counts_.liveBytes, bytes);
 }

@@ -1,6 +1,8 @@
 // Allocation tracking answers, per type, how many objects live, how many bytes they take and
 // how many there ever were. Each tracked type owns one static AllocTrackTypeInfo; a record
-// joins the list of all records at its first report and stays there.
+// joins the list of all records at its first report and stays there. Of a type whose symbols a
+// program does not share with a library, each has a record, and one may free what the other
+// took: their sum, modulo 2^64, is what the type takes.
 //
 // Counts are exact on one thread and, when Zin::VFPtrInterface::threadSafePointers_ is set,
 // across threads. Cost: a few additions per allocation.
@@ -39,7 +41,7 @@ class ZIN_EXPORT AllocTrackTypeInfo {
         std::size_t elements) noexcept;
 
     // Reports a release after the memory was freed.
-    // REQUIRES: an allocation of as many bytes was reported on this record.
+    // REQUIRES: an allocation of as many bytes was reported, on a record of this type.
     void trackDeallocation(const std::type_info& type, std::size_t bytes) noexcept;
     void trackArrayDeallocation(
         const std::type_info& type,

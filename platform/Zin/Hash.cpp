@@ -30,7 +30,7 @@ std::uint64_t load(const char* bytes, std::size_t size) {
 
 }  // namespace
 
-const std::uint32_t HashHelper::seed_ = drawnSeed();
+std::uint32_t HashHelper::seed_ = drawnSeed();
 
 std::uint32_t hashBytes(std::uint32_t seed, std::string_view bytes) noexcept {
     std::uint64_t state =

@@ -34,12 +34,15 @@ constexpr std::uint64_t mixed(std::uint64_t x) noexcept {
 }  // namespace hashing
 
 struct HashHelper {
-    // The seed of this process: drawn once, before the first use; never 0.
+    // The seed of this process: drawn before the first use; never 0.
     // The environment cannot choose it: agents need not trust who starts them.
     static std::uint32_t hashSeed32() noexcept { return seed_; }
+    // For a program that must repeat a run to the last order of iteration, as tests do.
+    // REQUIRES: not 0, and no hashed collection holds anything.
+    static void hashSeed32Is(std::uint32_t seed) noexcept { seed_ = seed; }
 
   private:
-    ZIN_EXPORT static const std::uint32_t seed_;
+    ZIN_EXPORT static std::uint32_t seed_;
 };
 
 // The running hash of a value that has several fields.

@@ -135,6 +135,7 @@ bool Connection::hasOutput() const noexcept {
 void Connection::flowOutPending() {
     while (firstPending_ && state_ == State::open && greeted_ && out_.size() < limit_) {
         Sa& sa = *firstPending_;
+        const bool fromTheFirst = sa.resumeAt_ == 0;
         const std::uint64_t messagesBefore = counters_.messagesOut;
         const bool done = flowOut(sa);
         // To the end of the line, so that an entity that never rests keeps no other waiting.
@@ -142,7 +143,7 @@ void Connection::flowOutPending() {
         if (done) continue;
         schedule(sa);
         // No memory for even one message: the next call tries again.
-        if (counters_.messagesOut == messagesBefore) return;
+        if (fromTheFirst && counters_.messagesOut == messagesBefore) return;
     }
 }
 

@@ -16,7 +16,7 @@
 #include "Zin/Exceptions.h"
 #include "frame/TypeModule.h"
 #include "support/Dump.h"
-#include "support/Simulator.h"
+#include "support/Link.h"
 
 namespace {
 

@@ -6,8 +6,9 @@
 #include <new>
 
 #include "frame/Allocations.h"
+#include "support/Dump.h"
+#include "support/Link.h"
 #include "support/RootTypes.h"
-#include "support/Simulator.h"
 
 namespace {
 

@@ -9,7 +9,8 @@
 #include "Pseudowire/PwRunnability.h"
 #include "frame/AttributeLog.h"
 #include "frame/TypeImpl.h"
-#include "support/Simulator.h"
+#include "support/Dump.h"
+#include "support/Link.h"
 
 namespace {
 

@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "frame/TypeModule.h"
+#include "support/Dump.h"
 #include "support/LabTypes.h"
-#include "support/Simulator.h"
+#include "support/Link.h"
 
 namespace Lab {
 

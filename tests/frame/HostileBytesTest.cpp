@@ -11,8 +11,10 @@
 
 #include "Zin/NboAttrLogOut.h"
 #include "frame/Allocations.h"
+#include "laws/RandomValue.h"
+#include "support/Dump.h"
 #include "support/LabTypes.h"
-#include "support/Simulator.h"
+#include "support/Link.h"
 
 namespace {
 

@@ -139,8 +139,8 @@ std::string difference(const State& expected, const State& found) {
 
 // --- Shadow ---
 
-Shadow::Shadow(const Zin::Ptr<Entity>& entity)
-    : entity_(entity.get()), type_(*entity_->fwkType().info()) {
+Shadow::Shadow(const Zin::Ptr<Entity>& entity, Heard& heard, Shadow* above)
+    : entity_(entity.get()), type_(*entity_->fwkType().info()), heard_(heard), above_(above) {
     registerWith(*entity_->notifieeList().list);
     for (const AttributeInfo& attribute : type_.attributes) read(attribute, nullptr);
 }
@@ -154,18 +154,44 @@ void Shadow::read(const AttributeInfo& attribute, const void* key) {
             own_[name] = child ? described(*child) : text;
             auto& below = children_[name];
             if (child && !(below && below->entity_ == child && below->registered())) {
-                below = std::make_unique<Shadow>(Zin::Ptr<Entity>(const_cast<Entity*>(child)));
+                below = std::make_unique<Shadow>(
+                    Zin::Ptr<Entity>(const_cast<Entity*>(child)),
+                    heard_,
+                    this);
             }
         });
 }
 
+std::pair<std::optional<std::string>, const Entity*> Shadow::known(
+    const std::string& name) const {
+    const auto text = own_.find(name);
+    const auto below = children_.find(name);
+    return {
+        text == own_.end() ? std::nullopt : std::optional(text->second),
+        below == children_.end() || !below->second ? nullptr : below->second->entity_};
+}
+
 void Shadow::onAttribute(Zin::AttributeId id, const void* key) {
+    if (id == Zin::parentId && above_ && !entity_->parent()) {
+        for (const auto& [name, below] : above_->children_) {
+            if (below.get() == this) ++above_->left_[name];
+        }
+    }
     const AttributeInfo* const attribute = type_.attribute(id);
     if (!attribute) return;
+    ++heard_.changes;
     const std::string name = nameOf(*attribute, key);
+    const auto before = known(name);
     own_.erase(name);
     if (dumpAttribute(*entity_, *attribute, key, Depth::own).empty()) children_.erase(name);
     read(*attribute, key);
+    const auto now = known(name);
+    if (attribute->hasNoForm() || (now != before && now.first)) return;
+    if (unsigned& left = left_[name]; left != 0) {
+        --left;
+    } else if (now == before) {
+        heard_.ofNothing.push_back(name);
+    }
 }
 
 State Shadow::state() const {

@@ -5,9 +5,12 @@
 
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Zin/Entity.h"
@@ -30,21 +33,38 @@ std::vector<Zin::Ptr<Zin::Entity>> tree(const Zin::Ptr<Zin::Entity>& root);
 // What stands in one and not in the other, a line each; empty where they are equal.
 std::string difference(const State& expected, const State& found);
 
+// What shadows were told of.
+struct Heard {
+    std::uint64_t changes = 0;
+    // Where nothing had changed.
+    std::vector<std::string> ofNothing;
+};
+
 // A model of an entity and all below it that is fed by notifications and by what was readable
-// when they came. It equals dump() unless some reactor was not told of a last change.
+// when they came. It equals dump() unless some reactor was not told of a last change. Who
+// changes the entity from inside callbacks registers behind it: it must see each change alone.
 class Shadow : private Zin::Notifiee {
   public:
-    explicit Shadow(const Zin::Ptr<Zin::Entity>& entity);
+    // REQUIRES: `heard` outlives it.
+    Shadow(const Zin::Ptr<Zin::Entity>& entity, Heard& heard, Shadow* above = nullptr);
 
     State state() const;
 
   private:
     void onAttribute(Zin::AttributeId id, const void* key) override;
     void read(const Zin::AttributeInfo& attribute, const void* key);
+    // What it knows under the name: a text, and a child.
+    std::pair<std::optional<std::string>, const Zin::Entity*> known(
+        const std::string& name) const;
 
     Zin::Entity* entity_;
     const Zin::EntityTypeInfo& type_;
+    Heard& heard_;
+    Shadow* above_;
     State own_;
+    // Children that have left, and of which this was not told yet: their own reactors are first
+    // to hear it, and may put others in their places.
+    std::map<std::string, unsigned> left_;
     std::map<std::string, std::unique_ptr<Shadow>> children_;
 };
 

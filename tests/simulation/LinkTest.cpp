@@ -1,15 +1,14 @@
-// Owners and mirrors under faults: tests/support/Simulator.h. A seed that fails is printed;
-// CORRA_SEED=<seed> replays that one and tells each step, CORRA_SEEDS=<number> runs more of
-// them.
+// What one link must do, apart from the walks of Simulator.h.
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <optional>
 
 #include "Zin/AllocTrack.h"
+#include "support/Dump.h"
 #include "support/LabTypes.h"
+#include "support/Link.h"
 #include "support/RootTypes.h"
-#include "support/Simulator.h"
 
 namespace {
 
@@ -17,21 +16,6 @@ using namespace support;
 using Zin::NboAttrLog::Access;
 using Zin::NboAttrLog::Exports;
 using Zin::NboAttrLog::Observer;
-
-TEST(Simulation, MirrorsEndAsTheirOwner) {
-    constexpr unsigned steps = 1500;
-    if (const char* const seed = std::getenv("CORRA_SEED")) {
-        Simulation one(rootTypes, std::strtoull(seed, nullptr, 10), true);
-        EXPECT_EQ(one.run(steps), "");
-        return;
-    }
-    const char* const wanted = std::getenv("CORRA_SEEDS");
-    const std::uint64_t seeds = wanted ? std::strtoull(wanted, nullptr, 10) : 400;
-    for (std::uint64_t seed = 1; seed <= seeds; ++seed) {
-        Simulation one(rootTypes, seed, false);
-        ASSERT_EQ(one.run(steps), "") << "CORRA_SEED=" << seed << " replays this";
-    }
-}
 
 // An owner's entity and one mirror of it.
 struct Pair {
@@ -54,7 +38,7 @@ struct Pair {
     std::unique_ptr<Link> link;
 };
 
-TEST(Simulation, WhatAMirrorAppliesIsNeverSentBack) {
+TEST(Link, WhatAMirrorAppliesIsNeverSentBack) {
     for (const EntityType& type : rootTypes) {
         Pair pair(type, Access::readWrite);
         laws::Random random(1);
@@ -79,7 +63,7 @@ std::uint64_t trackedBytes() {
     return bytes;
 }
 
-TEST(Simulation, AStalledPeerCostsItsDirtyKeys) {
+TEST(Link, AStalledPeerCostsItsDirtyKeys) {
     struct Case {
         const char* name;
         std::uint32_t keys;  // that come and go, again and again or once
@@ -105,7 +89,7 @@ TEST(Simulation, AStalledPeerCostsItsDirtyKeys) {
 }
 
 // A stale mirror whose reactors throw at every change takes over all that its owner holds.
-TEST(Simulation, ReactorsThatThrowKeepNothingFromBeingApplied) {
+TEST(Link, ReactorsThatThrowKeepNothingFromBeingApplied) {
     struct Thrower : private Zin::Notifiee {
         explicit Thrower(const Zin::Entity& entity) {
             registerWith(*entity.notifieeList().list);
@@ -133,8 +117,21 @@ TEST(Simulation, ReactorsThatThrowKeepNothingFromBeingApplied) {
     }
 }
 
+// A flow-out that began behind an attribute which has changed meanwhile comes back to it.
+TEST(Link, WhatChangesBehindAFlowOutIsSentToo) {
+    Pair pair(rootTypes[0], Access::readOnly, 1);
+    auto& bench = static_cast<Lab::Bench&>(*pair.owner);
+    bench.labelIs("at once");
+    bench.labelIs("when there is room");
+    ASSERT_TRUE(pair.link->send(0, 1000));
+    ASSERT_TRUE(pair.link->send(0, 1));
+    bench.wideIs(9);
+    ASSERT_TRUE(pair.link->settle());
+    EXPECT_EQ(difference(dump(bench), dump(*pair.mirror)), "");
+}
+
 // Children that come and go leave nothing behind on either side of a stream.
-TEST(Simulation, DeletedChildrenDie) {
+TEST(Link, DeletedChildrenDie) {
     for (const Access access : {Access::readOnly, Access::readWrite}) {
         Pair pair(rootTypes[0], access);
         auto& bench = static_cast<Lab::Bench&>(*pair.owner);
@@ -152,7 +149,7 @@ TEST(Simulation, DeletedChildrenDie) {
 
 // What only a mirror writes is what both sides hold in the end, children and their children
 // too, whatever the owner said while it had not heard of them.
-TEST(Simulation, NothingIsLostOfWhatAMirrorWritesAlone) {
+TEST(Link, NothingIsLostOfWhatAMirrorWritesAlone) {
     for (const EntityType& type : rootTypes) {
         for (const std::size_t highWater : {std::size_t{1024}, std::size_t{256} << 10}) {
             Pair pair(type, Access::readWrite, highWater);
@@ -177,7 +174,7 @@ TEST(Simulation, NothingIsLostOfWhatAMirrorWritesAlone) {
 }
 
 // A barrier of a mirror that made children is reached when the owner holds what is in them.
-TEST(Simulation, ABarrierStandsBehindWhatIsInNewChildren) {
+TEST(Link, ABarrierStandsBehindWhatIsInNewChildren) {
     struct Reached : Observer {
         void onBarrierReached(std::uint64_t) override { state = dump(*owner); }
         Zin::Ptr<Zin::Entity> owner;
@@ -202,7 +199,7 @@ TEST(Simulation, ABarrierStandsBehindWhatIsInNewChildren) {
 
 // A mirror makes what its owner has made meanwhile: the defaults of the one do not hide what
 // was set on the other.
-TEST(Simulation, AChildThatBothSidesMadeHoldsWhatBothWrote) {
+TEST(Link, AChildThatBothSidesMadeHoldsWhatBothWrote) {
     Pair pair(rootTypes[0], Access::readWrite);
     auto& owned = static_cast<Lab::Bench&>(*pair.owner);
     auto& mirrored = static_cast<Lab::Bench&>(*pair.mirror);
@@ -219,7 +216,7 @@ TEST(Simulation, AChildThatBothSidesMadeHoldsWhatBothWrote) {
 }
 
 // A read-only mirror that is written again and again while its owner does not read.
-TEST(Simulation, RefusedWritesCostNothingAndAreHealed) {
+TEST(Link, RefusedWritesCostNothingAndAreHealed) {
     for (const EntityType& type : rootTypes) {
         Pair pair(type, Access::readOnly, 1024);
         laws::Random random(1);
@@ -242,7 +239,7 @@ TEST(Simulation, RefusedWritesCostNothingAndAreHealed) {
     }
 }
 
-TEST(Simulation, MirrorsOnOneStreamMayNotOverlap) {
+TEST(Link, MirrorsOnOneStreamMayNotOverlap) {
     Exports none;
     Observer quiet;
     Zin::NboAttrLog::Connection connection(none, quiet);
