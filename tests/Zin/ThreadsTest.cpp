@@ -3,7 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "Zin/AllocTrack.h"
@@ -11,6 +18,7 @@
 #include "Zin/Ptr.h"
 #include "Zin/RefCount.h"
 #include "Zin/String.h"
+#include "support/LabTypes.h"
 
 namespace {
 
@@ -75,6 +83,95 @@ TEST_F(ThreadSafePointers, CopiesOfOneMapGoTheirOwnWays) {
             EXPECT_EQ(copies[thread].has(name(i)), i % 4 != thread) << thread << ' ' << i;
         }
     }
+}
+
+// What an owner hands to other threads: references, and a copy of a collection as it was.
+struct Snapshot {
+    using Readings = std::remove_cvref_t<decltype(std::declval<Lab::Bench>().reading())>;
+
+    Zin::Ptr<Lab::Bench> bench;
+    Zin::Ptr<Lab::Rack> rack;
+    Readings readings;
+    Zin::String text;
+};
+
+constexpr std::uint32_t members = 64;
+
+class Mailbox {
+  public:
+    void put(const std::optional<Snapshot>& snapshot) {
+        const std::lock_guard lock(mutex_);
+        waiting_.push_back(snapshot);
+        filled_.notify_one();
+    }
+    // Nothing when no more will come.
+    std::optional<Snapshot> take() {
+        std::unique_lock lock(mutex_);
+        filled_.wait(lock, [this] { return !waiting_.empty(); });
+        std::optional<Snapshot> first = std::move(waiting_.front());
+        waiting_.pop_front();
+        return first;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable filled_;
+    std::deque<std::optional<Snapshot>> waiting_;
+};
+
+std::uint64_t trackedBytes() {
+    std::uint64_t bytes = 0;
+    for (auto* record = Zin::AllocTrackTypeInfo::first(); record; record = record->next()) {
+        bytes += record->counts().liveBytes;
+    }
+    return bytes;
+}
+
+// One thread changes an entity. Others hold it, hold children that the owner deletes, so that
+// the last reference goes on any of them, and read and change copies of its collection.
+TEST_F(ThreadSafePointers, AnOwnerChangesWhatOthersReferToAndHaveCopiesOf) {
+    const std::uint64_t before = trackedBytes();
+    {
+        const auto bench = Lab::Bench::BenchIs("b");
+        Mailbox mailboxes[3];
+        std::vector<std::thread> readers;
+        for (Mailbox& mailbox : mailboxes) {
+            readers.emplace_back([&mailbox] {
+                while (const auto snapshot = mailbox.take()) {
+                    const Zin::Ptr<Zin::Entity> again(snapshot->bench);
+                    ASSERT_GE(again->references(), 2U);
+                    ASSERT_TRUE(snapshot->rack->cooled());
+                    Snapshot::Readings mine(snapshot->readings);
+                    for (std::uint32_t i = 0; i < members; i += 3) mine.put(i, "mine");
+                    std::uint32_t asGiven = 0;
+                    for (const auto& node : snapshot->readings) {
+                        if (node.value() == snapshot->text) ++asGiven;
+                    }
+                    ASSERT_EQ(asGiven, members);
+                    ASSERT_EQ(mine.members(), members);
+                }
+            });
+        }
+        for (std::uint32_t round = 0; round < 300; ++round) {
+            const Zin::String text("round " + std::to_string(round));
+            for (std::uint32_t i = 0; i < members; ++i) bench->readingIs(i, text);
+            const auto rack = bench->rackIs("r", true);
+            rack->slotIs("s")->sampleIs("x")->markIs(text);
+            for (Mailbox& mailbox : mailboxes) {
+                mailbox.put(Snapshot{bench, rack, bench->reading(), text});
+            }
+            // The flag lies in the word that counts.
+            bench->markedForDeletionIs(round % 2 == 0);
+            EXPECT_EQ(bench->markedForDeletion(), round % 2 == 0);
+            bench->rackDel("r");
+            bench->readingDel(round % members);
+        }
+        for (Mailbox& mailbox : mailboxes) mailbox.put(std::nullopt);
+        for (std::thread& reader : readers) reader.join();
+        EXPECT_EQ(bench->references(), 1U);
+        EXPECT_EQ(bench->reading().members(), members - 1);
+    }
+    EXPECT_EQ(trackedBytes(), before);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Changes to any entity, drawn at random from the schema of its type: a type joins by standing
 // in a list. Keys come from a small set, so that members and children are met again,
 // overwritten, deleted and made anew; about one change in four leaves things as they are.
+// Entities can be filled too, so that nothing is left as it is by default.
 
 #pragma once
 
@@ -33,6 +34,36 @@ V randomSound(laws::Random& random) {
     }
 }
 
+// How much of a value differs from a default one. A collection inside counts with one member,
+// in which there is no order.
+template <class V>
+unsigned fieldsSet(const V& value) {
+    if constexpr (describe::Described<V>) {
+        unsigned set = 0;
+        describe::schemaOf<V>.forEach([&](auto field) { set += fieldsSet(field.in(value)); });
+        return set;
+    } else if constexpr (requires { value.members(); }) {
+        return value.members() == 1 ? 1 : 0;
+    } else {
+        return value == V{} ? 0 : 1;
+    }
+}
+
+// Of many values the one of which most is set. Those that are `unwanted` do not count.
+template <class V>
+V fullest(laws::Random& random, const V& unwanted = {}) {
+    V best{};
+    unsigned most = 0;
+    for (int tries = 0; tries < 500; ++tries) {
+        const V value = randomSound<V>(random);
+        const unsigned set = fieldsSet(value) + 1;
+        if (value == unwanted || set <= most) continue;
+        most = set;
+        best = value;
+    }
+    return best;
+}
+
 }  // namespace support
 
 // Mutators are protected: each type gives them names of its own. Where the attribute log may
@@ -49,8 +80,7 @@ struct frame::AttributeLogOf<T, support::Mutators> {
     }
 
     template <class V, class Make>
-    static void insert(laws::Random& random, const Make& make) {
-        const auto name = key<typename V::Key>(random);
+    static void insert(const typename V::Key& name, laws::Random& random, const Make& make) {
         using Child = ChildOf<V>;
         typename Child::ConstructorArguments arguments;
         std::apply(
@@ -104,7 +134,7 @@ struct frame::AttributeLogOf<T, support::Mutators> {
             if (child && dice < 11) {
                 AttributeLogOf<ChildOf<V>, support::Mutators>::step(*child, random);
             } else if (dice < 13) {
-                insert<V>(random, [&](const auto&... arguments) {
+                insert<V>(name, random, [&](const auto&... arguments) {
                     entity.template childIs<A::member>(arguments...);
                 });
             } else if (dice < 15 || stored.members() < 3) {
@@ -140,6 +170,46 @@ struct frame::AttributeLogOf<T, support::Mutators> {
                                                      : support::randomSound<Value>(random);
                 entity.template memberIs<A::member>(name, value);
             }
+        }
+    }
+
+    // Sets all that can be set, with one member in each collection. References stay empty.
+    static void fill(Zin::Entity& given, laws::Random& random) {
+        T& entity = static_cast<T&>(given);
+        if constexpr (DerivedEntity<T>)
+            AttributeLogOf<BaseOf<T>, support::Mutators>::fill(given, random);
+        entitySchemaOf<T>.forEach([&]<class A>(const A&) {
+            if constexpr (A::writable) fillAttribute<A>(entity, random);
+        });
+    }
+
+    template <class A>
+    static void fillAttribute(T& entity, laws::Random& random) {
+        using V = typename A::Value;
+        V& stored = entity.*A::member;
+        if constexpr (A::kind == AttributeKind::single) {
+            entity.template valueIs<A::member>(support::fullest<V>(random, stored));
+        } else if constexpr (A::kind == AttributeKind::singleton) {
+            const auto child =
+                entity.template singletonIs<A::member>(support::fullest<Zin::String>(random));
+            AttributeLogOf<typename Zin::PointeeOf<V>::Type, support::Mutators>::fill(
+                *child,
+                random);
+        } else if constexpr (InstantiatingCollection<V>) {
+            const auto name = support::fullest<typename V::Key>(random);
+            insert<V>(name, random, [&](const auto&... arguments) {
+                entity.template childIs<A::member>(arguments...);
+            });
+            AttributeLogOf<ChildOf<V>, support::Mutators>::fill(*childIn(stored, name), random);
+        } else if constexpr (SetCollection<V>) {
+            entity.template memberIs<A::member>(support::fullest<typename V::Key>(random));
+        } else if constexpr (KeyInsideValue<V>) {
+            entity.template memberIs<A::member>(support::fullest<typename V::Value>(random));
+        } else if constexpr (Collection<V>) {
+            const auto name = support::fullest<typename V::Key>(random);
+            entity.template memberIs<A::member>(
+                name,
+                support::fullest<typename V::Value>(random));
         }
     }
 
@@ -179,7 +249,8 @@ constexpr EntityType entityType() {
                 .info()
                 ->newEntityForDir(name, nullptr);
         },
-        &frame::AttributeLogOf<T, Mutators>::step};
+        &frame::AttributeLogOf<T, Mutators>::step,
+        &frame::AttributeLogOf<T, Mutators>::fill};
 }
 
 }  // namespace support
