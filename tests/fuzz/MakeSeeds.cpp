@@ -60,7 +60,7 @@ void steps(const support::EntityType& type, Zin::Entity& entity, laws::Random& r
 
 // What a peer sends that offers an entity of each type, mirrors one of each, and changes all.
 Bytes streamOf(const fuzz::Types& types, laws::Random& random) {
-    fuzz::StreamEnd end(types);
+    fuzz::StreamEnd end(types, Zin::NboAttrLog::Access::readWrite);
     Zin::NboAttrLog::Exports exports;
     Zin::NboAttrLog::Observer quiet;
     Connection peer(exports, quiet);
@@ -110,7 +110,7 @@ Bytes streamOf(const fuzz::Types& types, laws::Random& random) {
 
 void writeStream(std::string_view name, const fuzz::Types& types) {
     laws::Random random(1);
-    constexpr std::string_view byHeaders("\x08\0\0", 3);
+    constexpr std::string_view byHeaders("\x08\0\0\0", 4);
     write("stream", name, std::string(byHeaders).append(textOf(streamOf(types, random))));
 }
 

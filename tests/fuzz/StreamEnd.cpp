@@ -54,12 +54,15 @@ Types typesIn(std::span<const std::byte> stream) {
     return types;
 }
 
-StreamEnd::StreamEnd(Types inQuestion) : types(std::move(inQuestion)) {
+StreamEnd::StreamEnd(Types inQuestion, Access offeredFor)
+    : types(std::move(inQuestion)), access(offeredFor) {
+    constexpr unsigned changes = 6;
+    laws::Random random(1);
     for (const support::EntityType* type : types) {
         const auto entity = type->make("offered");
         const Zin::String name(entity->fwkType().name());
-        const bool isReadOnly = offered.size() % 4 == 3;
-        exports.exportIs(name, entity, isReadOnly ? Access::readOnly : Access::readWrite);
+        for (unsigned i = 0; i < changes; ++i) type->step(*entity, random);
+        exports.exportIs(name, entity, access);
         offered.push_back(entity);
     }
     connection = std::make_unique<Zin::NboAttrLog::Connection>(exports, *this);
@@ -84,18 +87,26 @@ void StreamEnd::step(laws::Random& random) {
     }
 }
 
-support::State StreamEnd::state() const {
+namespace {
+
+support::State stateOf(const std::vector<Zin::Ptr<Zin::Entity>>& roots) {
     support::State state;
-    const auto add = [&](const Zin::Entity& entity, const std::string& name) {
-        for (auto& [path, text] : support::dump(entity)) state[name + path] = text;
-    };
-    for (std::size_t i = 0; i < offered.size(); ++i) {
-        add(*offered[i], "offered " + std::to_string(i) + '.');
-    }
-    for (std::size_t i = 0; i < mounted.size(); ++i) {
-        add(*mounted[i], "mounted " + std::to_string(i) + '.');
+    for (std::size_t i = 0; i < roots.size(); ++i) {
+        for (auto& [path, text] : support::dump(*roots[i])) {
+            state[std::to_string(i) + '.' + path] = text;
+        }
     }
     return state;
+}
+
+}  // namespace
+
+support::State StreamEnd::offeredState() const {
+    return stateOf(offered);
+}
+
+support::State StreamEnd::mountedState() const {
+    return stateOf(mounted);
 }
 
 }  // namespace fuzz

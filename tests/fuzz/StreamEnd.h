@@ -1,5 +1,6 @@
 // One end of an attribute-log stream: it offers an entity of each root type that is in
-// question, and mirrors what its peer may offer of each. Names are those of the types.
+// question, which holds something, and mirrors what its peer may offer of each. Names are those
+// of the types.
 
 #pragma once
 
@@ -44,7 +45,7 @@ using Types = std::vector<const support::EntityType*>;
 Types typesIn(std::span<const std::byte> stream);
 
 struct StreamEnd : Zin::NboAttrLog::Observer {
-    explicit StreamEnd(Types inQuestion);
+    StreamEnd(Types inQuestion, Zin::NboAttrLog::Access offeredFor);
 
     void onMounted(
         const Zin::String&,
@@ -55,9 +56,12 @@ struct StreamEnd : Zin::NboAttrLog::Observer {
 
     // A random change to something that is offered or mirrored.
     void step(laws::Random& random);
-    support::State state() const;
+    // Of what is offered, and of what is mirrored.
+    support::State offeredState() const;
+    support::State mountedState() const;
 
     const Types types;
+    const Zin::NboAttrLog::Access access;
     Zin::NboAttrLog::Exports exports;
     // One of each type.
     std::vector<Zin::Ptr<Zin::Entity>> offered;

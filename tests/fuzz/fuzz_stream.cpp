@@ -1,12 +1,13 @@
-// What a peer sends. An input is three bytes that say how, and the stream from its greeting on:
+// What a peer sends. An input is four bytes that say how, and the stream from its greeting on:
 //
 //     0   bytes that are received at once; 0: all
 //     1   after how many of those this side changes something of its own; 0: never
 //     2   what it changes
+//     3   not 0: what this side offers may be read and not written
 //
 // Whatever comes, the stream goes on or ends with an error that lies in it; all is as the last
-// whole message left it; what is answered is whole messages; and another stream of the same
-// exports goes on and carries all.
+// whole message left it; what may not be written is not; what is answered is whole messages;
+// and another stream of the same exports goes on and carries all.
 
 #include <algorithm>
 
@@ -22,7 +23,7 @@ using fuzz::require;
 using fuzz::StreamEnd;
 using Zin::NboAttrLog::headerSize;
 
-constexpr std::size_t howSize = 3;
+constexpr std::size_t howSize = 4;
 // All that is ready is sent at once: numbers of entities then do not depend on the chunks.
 constexpr std::size_t budget = 1 << 20;
 
@@ -30,7 +31,15 @@ struct How {
     std::size_t chunk = 0;
     unsigned every = 0;
     unsigned seed = 0;
+    Zin::NboAttrLog::Access access = {};
 };
+
+void requireEqual(
+    const support::State& expected,
+    const support::State& found,
+    std::string_view law) {
+    if (expected != found) require(false, law, support::difference(expected, found));
+}
 
 struct Victim : StreamEnd {
     using StreamEnd::StreamEnd;
@@ -77,10 +86,10 @@ struct Bystander : Zin::NboAttrLog::Observer {
         require(link.settle(), "another stream settles");
         require(link.fault().empty(), "another stream goes on", link.fault());
         for (std::size_t i = 0; i < mirrors.size(); ++i) {
-            const auto owned = support::dump(*victim.offered[i]);
-            const auto mirrored = support::dump(*mirrors[i]);
-            if (owned == mirrored) continue;
-            require(false, "another stream carries all", support::difference(owned, mirrored));
+            requireEqual(
+                support::dump(*victim.offered[i]),
+                support::dump(*mirrors[i]),
+                "another stream carries all");
         }
     }
 
@@ -108,29 +117,31 @@ void checkError(const Victim& victim, const Bytes& stream, const How& how) {
     if (how.every != 0) return;
     const auto at = static_cast<std::size_t>(error.position);
     const std::size_t sound = sizeOf(fuzz::messagesOf(stream), at);
-    Victim other(victim.types);
+    Victim other(victim.types, victim.access);
     other.feed(std::span(stream).first(sound), how);
-    const auto expected = other.state();
-    const auto found = victim.state();
-    if (expected == found) return;
-    require(
-        false,
-        "all is as the last whole message left it",
-        error.text + '\n' + support::difference(expected, found));
+    requireEqual(other.offeredState(), victim.offeredState(), "messages are taken as a whole");
+    requireEqual(other.mountedState(), victim.mountedState(), "messages are taken as a whole");
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < howSize) return 0;
-    const How how{data[0], data[1], data[2]};
+    const How how{
+        data[0],
+        data[1],
+        data[2],
+        data[3] ? Zin::NboAttrLog::Access::readOnly : Zin::NboAttrLog::Access::readWrite};
     const auto* const begin = reinterpret_cast<const std::byte*>(data);
     Bytes stream(begin + howSize, begin + size);
     fuzz::fingerprintsAre(stream, true);
 
-    Victim victim(fuzz::typesIn(stream));
+    Victim victim(fuzz::typesIn(stream), how.access);
     Bystander bystander(victim);
+    const auto before = victim.offeredState();
     victim.feed(stream, how);
+    const bool isKept = how.access == Zin::NboAttrLog::Access::readOnly && how.every == 0;
+    if (isKept) requireEqual(before, victim.offeredState(), "what may not be written is not");
     if (!victim.connection->closed()) {
         const bool isWhole = sizeOf(fuzz::messagesOf(stream), stream.size()) == stream.size();
         victim.connection->feedEnd();
