@@ -28,8 +28,8 @@
 #include "Zin/Place.h"
 #include "Zin/ValueInfo.h"
 #include "support/Dump.h"
+#include "support/Link.h"
 #include "support/RootTypes.h"
-#include "support/Simulator.h"
 
 namespace {
 
