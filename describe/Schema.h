@@ -118,14 +118,21 @@ struct Schema : Members... {
 
     std::string_view typeName;
 
-    // Calls visit(field) for each field, in schema order.
-    constexpr void forEach(auto&& visit) const { (ifField<Members>(visit, true), ...); }
+    // Calls visit(field) for each field, in schema order. (Walks are always inlined: each has
+    // one caller, and what it does with a field is often an instruction or two.)
+    [[gnu::always_inline]] constexpr void forEach(auto&& visit) const {
+        (ifField<Members>(visit, true), ...);
+    }
 
     // True when test(field) holds for each of them; stops at the first that fails.
-    constexpr bool all(auto&& test) const { return (ifField<Members>(test, true) && ...); }
+    [[gnu::always_inline]] constexpr bool all(auto&& test) const {
+        return (ifField<Members>(test, true) && ...);
+    }
 
     // True when test(field) holds for one of them; stops at the first that holds.
-    constexpr bool any(auto&& test) const { return (ifField<Members>(test, false) || ...); }
+    [[gnu::always_inline]] constexpr bool any(auto&& test) const {
+        return (ifField<Members>(test, false) || ...);
+    }
 
     // Calls visit(member) for each constant, or each function, in schema order.
     template <MemberKind kind>
@@ -138,7 +145,7 @@ struct Schema : Members... {
 
   private:
     template <class Member>
-    constexpr bool ifField(auto&& call, bool otherwise) const {
+    [[gnu::always_inline]] constexpr bool ifField(auto&& call, bool otherwise) const {
         if constexpr (memberKind<Member> != MemberKind::field) {
             return otherwise;
         } else if constexpr (std::is_void_v<decltype(call(

@@ -37,7 +37,9 @@ struct AttributeSending {
     }
     template <class K>
     static bool unsent(Sa& sa, const K& key) {
-        return sa.role() == Role::proxy && flowOf(sa).dirtyKeys.has(key);
+        if (sa.role() != Role::proxy) return false;
+        const auto& dirtyKeys = flowOf(sa).dirtyKeys;
+        return !dirtyKeys.empty() && dirtyKeys.has(key);
     }
     // A mirror's child of which the owner had not heard outranks it likewise: the owner will
     // describe the child, or say that it went, when it has heard.
@@ -123,7 +125,8 @@ struct AttributeSending {
         }
         write(*out);
         sa.outSmCommitMessage();
-        flowOf(sa).dirtyKeys.erase(key);
+        // In the walk over a collection mostly nothing is dirty.
+        if (auto& dirtyKeys = flowOf(sa).dirtyKeys; !dirtyKeys.empty()) dirtyKeys.erase(key);
         return true;
     }
 

@@ -89,7 +89,7 @@ class ZIN_EXPORT KeyedEntity : public Zin::Entity {
     KeyedEntity(Construct, const Key& key) : entityKey_(key) {}
 
     void notify(AttributeId id, const void* key) {
-        if (notifieeList_.empty()) return;
+        if (notifieeList_.empty() || notifieeList_.visitOnly(id, key)) return;
         // A reactor may drop the last reference to this entity.
         const Zin::Ptr<Zin::Entity> guard(this);
         notifieeList_.visit(id, key);

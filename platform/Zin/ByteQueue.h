@@ -19,10 +19,12 @@ class ByteQueue {
         return {bytes_.get() + begin_, size()};
     }
 
+    // Whether room() would neither move bytes nor allocate.
+    bool hasRoom(std::size_t size) const noexcept { return capacity_ - end_ >= size; }
     // Room for `size` bytes behind the end; they count after added(). Throws std::bad_alloc and
     // leaves the queue as it was.
     std::byte* room(std::size_t size) {
-        if (capacity_ - end_ < size) grow(size);
+        if (!hasRoom(size)) grow(size);
         return bytes_.get() + end_;
     }
     void added(std::size_t size) noexcept { end_ += size; }

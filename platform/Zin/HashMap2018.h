@@ -134,6 +134,7 @@ class ZIN_EXPORT HashMap2018 {
     template <class F>
     std::uint64_t visitBucket(std::uint32_t from, F&& f) const {
         const HashMap2018Generic::LeafRange range = core_.leafRange(from);
+        if (range.next != 0) hashed::fetchLeaf(vt_, range.next);
         hashed::Chunk chunk = hashed::firstChunkFrom(vt_, range, from);
         for (;;) {
             while (chunk.left > 0) f(nodeAt(chunk.take(sizeof(Node))));

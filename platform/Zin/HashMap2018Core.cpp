@@ -195,22 +195,28 @@ const void* HashMap2018Generic::lookupLikeG(const VTable& vt, const void* node) 
 
 HashMap2018Generic::LeafRange HashMap2018Generic::leafRange(std::uint32_t hash) const noexcept {
     Slot slot = root_;
+    Slot next = 0;
     std::uint32_t left = hash;
     unsigned shared = 0;  // leading bits that the members of the leaf share
     while (isDirectory(slot)) {
         const unsigned bits = bitsOf(slot);
         const std::uint64_t shifted = std::uint64_t{left} << bits;
-        slot = directoryOf(slot).slots()[shifted >> 32];
+        const Slot* const slots = directoryOf(slot).slots();
+        const auto index = static_cast<std::size_t>(shifted >> 32);
+        slot = slots[index];
         left = static_cast<std::uint32_t>(shifted);
         if (isBucket(slot)) {
-            shared += bucketOf(slot).depth;
+            const unsigned depth = bucketOf(slot).depth;
+            shared += depth;
+            const std::size_t behind = (index | ((std::size_t{1} << (bits - depth)) - 1)) + 1;
+            next = behind < std::size_t{1} << bits ? slots[behind] : 0;
         } else {
             shared += bits;
         }
     }
     const std::uint64_t size = hashEnd >> shared;
     const std::uint32_t begin = hash & static_cast<std::uint32_t>(~(size - 1));
-    return {slot, begin, begin + size};
+    return {slot, begin, begin + size, next};
 }
 
 // ---- the way to a leaf ----

@@ -160,6 +160,8 @@ class ZIN_EXPORT HashMap2018Generic {
         hashed::Slot leaf;
         std::uint32_t begin;
         std::uint64_t end;
+        // What lies behind it in the same directory, or 0.
+        hashed::Slot next;
     };
     LeafRange leafRange(std::uint32_t hash) const noexcept;
 

@@ -52,6 +52,18 @@ Chunk hashed::nextChunk(const HashMap2018VTable& vt, const Chunk& chunk) noexcep
     return listChunk(chunk.entries + bucketMax * vt.entrySize, chunk.listLeft);
 }
 
+// Each leaf lies on a page of its own, and processors drop prefetches for which they would have
+// to walk the page table; so the header is read.
+void hashed::fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept {
+    if (!isBucket(leaf)) return;
+    static_cast<void>(bucketOf(leaf).order());
+    constexpr std::size_t lineBytes = 64;
+    const std::size_t bytes = std::min<std::size_t>(10 * vt.entrySize, 16 * lineBytes);
+    for (std::size_t offset = 0; offset < bytes; offset += lineBytes) {
+        __builtin_prefetch(bucketOf(leaf).entries() + offset);
+    }
+}
+
 // ---- safe ----
 
 HashMap2018IteratorGeneric::HashMap2018IteratorGeneric(
@@ -154,19 +166,8 @@ void HashMap2018IteratorGeneric::nextLeaf(const VTable& vt) noexcept {
 namespace {
 
 // In large maps the last directories are narrow. Their leaves are fetched while those of the
-// directory before are visited. Each lies on a page of its own, and processors drop prefetches
-// for which they would have to walk the page table; so the header is read.
+// directory before are visited.
 constexpr unsigned narrowBits = 4;
-
-void fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept {
-    if (!isBucket(leaf)) return;
-    static_cast<void>(bucketOf(leaf).order());
-    constexpr std::size_t lineBytes = 64;
-    const std::size_t bytes = std::min<std::size_t>(10 * vt.entrySize, 16 * lineBytes);
-    for (std::size_t offset = 0; offset < bytes; offset += lineBytes) {
-        __builtin_prefetch(bucketOf(leaf).entries() + offset);
-    }
-}
 
 void fetchLeaves(const HashMap2018VTable& vt, Slot slot) noexcept {
     if (!isDirectory(slot) || bitsOf(slot) > narrowBits) return;

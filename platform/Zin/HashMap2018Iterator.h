@@ -49,6 +49,9 @@ ZIN_EXPORT Chunk firstChunkFrom(
 // REQUIRES: chunk.listLeft > 0, and all of the chunk was taken.
 ZIN_EXPORT Chunk nextChunk(const HashMap2018VTable& vt, const Chunk& chunk) noexcept;
 
+// Brings a leaf nearer that will be visited next, without waiting for it.
+ZIN_EXPORT void fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept;
+
 }  // namespace hashed
 
 class ZIN_EXPORT HashMap2018IteratorGeneric {

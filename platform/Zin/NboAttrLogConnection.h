@@ -22,6 +22,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -239,19 +240,31 @@ class ZIN_EXPORT Connection {
     // --- Messages to be sent ---
     // Room for a message whose payload has this size.
     Out message(std::uint32_t id, std::size_t size);
-    void commit() noexcept;
+    Out messageIn(std::byte* room, std::uint32_t id, std::size_t size) noexcept;
+    // What message() returned is a whole message now.
+    void commit() noexcept {
+        out_.added(messageSize_);
+        ++counters_.messagesOut;
+        counters_.bytesOut += messageSize_;
+    }
     template <class... Values>
     void send(MessageId id, const Values&... values);
     void sendHello();
     void sendExport(const String& name, const Exports::Export& offer);
     // Room for a message about the adapter's entity, or nothing when it cannot be sent now.
     std::optional<Out> attributeMessage(Sa& sa, std::uint32_t id, std::size_t size);
+    std::optional<Out> firstAttributeMessage(Sa& sa, std::uint32_t id, std::size_t size);
     void select(Sa& sa);
-    bool mayWrite() const noexcept;
+    bool mayWrite() const noexcept {
+        return state_ == State::open && greeted_ && out_.size() < options_.highWater;
+    }
     void flowOutPending();
     bool flowOut(Sa& sa);
     void sendAfterPending();
-    void wake();
+    void wake() {
+        if (!woken_ && !producing_) wakeNow();
+    }
+    void wakeNow();
     // Before this side says anything more, the peer is told that the message which is being
     // taken was heard.
     void confirm();
@@ -390,6 +403,37 @@ class ZIN_EXPORT Demuxer {
     // A fault in a message about an entity.
     [[noreturn]] static void fault(const Sa& sa, StreamErrorKind kind, const std::string& text);
 };
+
+// What each message about an attribute goes through. Compilers would not inline it by
+// themselves, and a call costs more than what is in it.
+
+[[gnu::always_inline]] inline Out
+Connection::messageIn(std::byte* room, std::uint32_t id, std::size_t size) noexcept {
+    messageSize_ = headerSize + size;
+    Out out(room, room + messageSize_);
+    out << static_cast<std::uint32_t>(size) << id;
+    return out;
+}
+
+[[gnu::always_inline]] inline std::optional<Out>
+Connection::attributeMessage(Sa& sa, std::uint32_t id, std::size_t size) {
+    // One more about the same entity, with room for it.
+    const bool isOneMore = selectedOut_ == &sa && toConfirm_ == 0 && mayWrite() &&
+                           size <= std::min(options_.maxMessage, peerMaxMessage_) &&
+                           out_.hasRoom(headerSize + size);
+    if (!isOneMore) return firstAttributeMessage(sa, id, size);
+    return messageIn(out_.room(headerSize + size), id, size);
+}
+
+[[gnu::always_inline]] inline std::optional<Out>
+Sa::collSerializeCheck(AttributeId id, bool deleted, std::size_t size) {
+    return connection_.attributeMessage(*this, deleted ? ~id + 1 : id, size);
+}
+
+inline void Sa::outSmCommitMessage() {
+    connection_.commit();
+    connection_.wake();
+}
 
 // A write that came from a proxy which may not write is refused.
 ZIN_EXPORT bool allowWriteFromReadOnlyRemote(const Sa& sa, AttributeId id);

@@ -15,15 +15,6 @@ DecodeException::DecodeException(
 
 DecodeException::~DecodeException() = default;
 
-bool In::nextbool() {
-    const std::uint8_t byte = nextU8();
-    if (byte > 1) {
-        --at_;
-        fail("a bool (0 or 1)", "byte " + std::to_string(byte));
-    }
-    return byte == 1;
-}
-
 String In::nextString() {
     const std::uint32_t size = nextU32();
     if (size > left()) {
@@ -42,7 +33,7 @@ String In::nextString() {
 
 std::uint32_t In::peekEntityId() const {
     if (left() < 4) failShort(4);
-    return wordAt<std::uint32_t>(at_);
+    return wordAt<std::uint32_t>(payload_.data() + at_);
 }
 
 void In::skip(std::size_t size) {
@@ -50,12 +41,17 @@ void In::skip(std::size_t size) {
     at_ += size;
 }
 
-void In::requireEnd() const {
-    if (left() != 0) fail("the end of the message", std::to_string(left()) + " bytes more");
+void In::failLong() const {
+    fail("the end of the message", std::to_string(left()) + " bytes more");
 }
 
 void In::fail(std::string_view expected, std::string_view found) const {
     throw DecodeException(at_, expected, found);
+}
+
+void In::failBool(std::uint8_t byte) {
+    --at_;
+    fail("a bool (0 or 1)", "byte " + std::to_string(byte));
 }
 
 void In::failShort(std::size_t needed) const {

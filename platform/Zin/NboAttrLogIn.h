@@ -9,6 +9,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -40,7 +41,7 @@ class ZIN_EXPORT In {
     // REQUIRES: the payload outlives this object.
     explicit In(std::span<const std::byte> payload) : payload_(payload) {}
 
-    bool nextbool();
+    bool nextbool() { return boolOf(nextU8()); }
     std::uint8_t nextU8() { return nextWord<std::uint8_t>(); }
     std::uint16_t nextU16() { return nextWord<std::uint16_t>(); }
     std::uint32_t nextU32() { return nextWord<std::uint32_t>(); }
@@ -59,7 +60,9 @@ class ZIN_EXPORT In {
     void skip(std::size_t size);
 
     // Throws unless all of the payload was read.
-    void requireEnd() const;
+    void requireEnd() const {
+        if (left() != 0) failLong();
+    }
 
     template <class T>
     T next();
@@ -72,21 +75,33 @@ class ZIN_EXPORT In {
         if (left() < sizeof(Word)) [[unlikely]] {
             failShort(sizeof(Word));
         }
-        Word word = wordAt<Word>(at_);
+        const Word word = wordAt<Word>(payload_.data() + at_);
         at_ += sizeof(Word);
         return word;
     }
-    template <std::unsigned_integral Word>
-    Word wordAt(std::size_t at) const {
-        std::uint64_t word = 0;
-        for (std::size_t i = 0; i < sizeof(Word); ++i) {
-            word = word << 8 | std::to_integer<std::uint64_t>(payload_[at + i]);
+    bool boolOf(std::uint8_t byte) {
+        if (byte > 1) [[unlikely]] {
+            failBool(byte);
         }
-        return static_cast<Word>(word);
+        return byte == 1;
+    }
+    // The value at a place behind which fixedSize<T> bytes are left; the place moves behind it.
+    template <class T>
+    T nextFixed(const std::byte*& at);
+    template <class T>
+    T nextFixedFields(const std::byte*& at);
+    template <class T>
+    T nextWhole();
+    template <class T>
+    T nextByFields();
+    std::size_t positionOf(const std::byte* at) const {
+        return static_cast<std::size_t>(at - payload_.data());
     }
     template <MemberCollection T>
     T nextMembers();
     [[noreturn]] void failShort(std::size_t needed) const;
+    [[noreturn]] void failLong() const;
+    [[noreturn]] void failBool(std::uint8_t byte);
 
     std::span<const std::byte> payload_;
     std::size_t at_ = 0;
@@ -130,23 +145,76 @@ T In::nextMembers() {
     return collection;
 }
 
+// Functions of their own: where the value is declared in an inner block, compilers build it
+// elsewhere and copy it.
+template <class T>
+[[gnu::always_inline]] inline T In::nextFixedFields(const std::byte*& at) {
+    T value;
+    describe::schemaOf<T>.forEach([&](auto field) __attribute__((always_inline)) {
+        field.in(value) = nextFixed<typename decltype(field)::Value>(at);
+    });
+    return value;
+}
+
+template <class T>
+T In::nextByFields() {
+    T value;
+    describe::schemaOf<T>.forEach(
+        [&](auto field) { field.in(value) = next<typename decltype(field)::Value>(); });
+    return value;
+}
+
+template <class T>
+[[gnu::always_inline]] inline T In::nextFixed(const std::byte*& at) {
+    const std::byte* const begin = at;
+    if constexpr (ReadsItself<T>) {
+        at_ = positionOf(begin);
+        T value = T::attrLogNext(*this);
+        at = payload_.data() + at_;
+        return value;
+    } else if constexpr (describe::Described<T>) {
+        return nextFixedFields<T>(at);
+    } else {
+        at += fixedSize<T>;
+        if constexpr (std::same_as<T, bool>) {
+            const auto byte = std::to_integer<std::uint8_t>(*begin);
+            if (byte > 1) [[unlikely]] {
+                at_ = positionOf(at);
+                failBool(byte);
+            }
+            return byte == 1;
+        } else if constexpr (std::is_enum_v<T>) {
+            // Narrowed on purpose: an enumeration is kept in fewer bits than it travels in.
+            return static_cast<T>(wordAt<std::uint32_t>(begin));
+        } else if constexpr (std::floating_point<T>) {
+            return static_cast<T>(std::bit_cast<double>(wordAt<std::uint64_t>(begin)));
+        } else if constexpr (std::integral<T>) {
+            return static_cast<T>(wordAt<std::make_unsigned_t<T>>(begin));
+        } else {
+            T bytes;
+            std::memcpy(bytes.data(), begin, bytes.size());
+            return bytes;
+        }
+    }
+}
+
+template <class T>
+T In::nextWhole() {
+    const std::byte* at = payload_.data() + at_;
+    T value = nextFixed<T>(at);
+    at_ = positionOf(at);
+    return value;
+}
+
 template <class T>
 T In::next() {
     if constexpr (ReadsItself<T>) {
         return T::attrLogNext(*this);
-    } else if constexpr (std::same_as<T, bool>) {
-        return nextbool();
-    } else if constexpr (std::is_enum_v<T>) {
-        // Narrowed on purpose: an enumeration is kept in fewer bits than it travels in.
-        return static_cast<T>(nextU32());
-    } else if constexpr (std::floating_point<T>) {
-        return static_cast<T>(nextDouble());
-    } else if constexpr (std::integral<T>) {
-        return static_cast<T>(nextWord<std::make_unsigned_t<T>>());
-    } else if constexpr (IsByteArray<T>::value) {
-        T bytes;
-        for (std::uint8_t& byte : bytes) byte = nextU8();
-        return bytes;
+    } else if constexpr (fixedSize<T> != 0 && !describe::Described<T>) {
+        if (left() < fixedSize<T>) [[unlikely]] {
+            failShort(fixedSize<T>);
+        }
+        return nextWhole<T>();
     } else if constexpr (std::same_as<T, String>) {
         return nextString();
     } else if constexpr (MemberCollection<T>) {
@@ -155,10 +223,13 @@ T In::next() {
         static_assert(
             describe::Described<T>,
             "This type has no wire form: give it a schema().");
-        T value;
-        describe::schemaOf<T>.forEach(
-            [&](auto field) { field.in(value) = next<typename decltype(field)::Value>(); });
-        return value;
+        if constexpr (fixedSize<T> != 0) {
+            if (left() >= fixedSize<T>) [[likely]] {
+                return nextWhole<T>();
+            }
+        }
+        // Where bytes are missing, one of the fields will say so.
+        return nextByFields<T>();
     }
 }
 

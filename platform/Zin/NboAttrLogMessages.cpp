@@ -334,7 +334,7 @@ void Connection::onTransaction(In& in) {
     const AttributeInfo* const attribute = sa.type().attribute(id);
     if (!attribute || !attribute->isCollection()) {
         return skipOrFault(
-            sameBuild(sa.entity().fwkType().module),
+            sa.sameBuild(),
             std::string(sa.type().name) + " has no collection " + std::to_string(id));
     }
     sa.type().doHandleAttrTransaction(&sa, id, static_cast<TransactionType>(what));
@@ -350,7 +350,7 @@ void Connection::onRefresh(In& in) {
     const AttributeInfo* const attribute = sa.type().attribute(id);
     if (sa.role() != Role::owner || !attribute || !attribute->streamed) {
         return skipOrFault(
-            sameBuild(sa.entity().fwkType().module),
+            sa.sameBuild(),
             std::string(sa.type().name) + " has no attribute " + std::to_string(id));
     }
     attribute->resend(sa, in);

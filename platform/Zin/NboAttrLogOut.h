@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "Zin/Assert.h"
 #include "Zin/Exceptions.h"
@@ -20,6 +21,32 @@
 
 namespace Zin::NboAttrLog {
 
+// Without a loop: compilers make one instruction of it. This and what is made of it is always
+// inlined, because the compiler's own measure counts the shifts.
+namespace detail {
+
+template <std::unsigned_integral Word, std::size_t... i>
+[[gnu::always_inline]] inline void
+storeBytes(std::byte* at, Word word, std::index_sequence<i...>) {
+    ((at[i] = static_cast<std::byte>(word >> (8 * (sizeof(Word) - 1 - i)))), ...);
+}
+template <std::unsigned_integral Word, std::size_t... i>
+[[gnu::always_inline]] inline Word bytesAt(const std::byte* at, std::index_sequence<i...>) {
+    return static_cast<Word>(
+        ((std::to_integer<std::uint64_t>(at[i]) << (8 * (sizeof(Word) - 1 - i))) | ...));
+}
+
+}  // namespace detail
+
+template <std::unsigned_integral Word>
+[[gnu::always_inline]] inline void storeWord(std::byte* at, Word word) {
+    detail::storeBytes(at, word, std::make_index_sequence<sizeof(Word)>());
+}
+template <std::unsigned_integral Word>
+[[gnu::always_inline]] inline Word wordAt(const std::byte* at) {
+    return detail::bytesAt<Word>(at, std::make_index_sequence<sizeof(Word)>());
+}
+
 class Out {
   public:
     // REQUIRES: [begin, end) outlives this object.
@@ -27,10 +54,7 @@ class Out {
 
     template <std::unsigned_integral Word>
     void put(Word word) {
-        std::byte* const at = advance(sizeof word);
-        for (std::size_t i = 0; i < sizeof word; ++i) {
-            at[i] = static_cast<std::byte>(word >> (8 * (sizeof word - 1 - i)));
-        }
+        storeWord(advance(sizeof word), word);
     }
     void put(const std::byte* bytes, std::size_t size) {
         std::byte* const at = advance(size);
@@ -38,15 +62,15 @@ class Out {
     }
 
     std::size_t room() const { return static_cast<std::size_t>(end_ - at_); }
-
-  private:
-    std::byte* advance(std::size_t size) {
+    // Where so many bytes are to be written.
+    [[gnu::always_inline]] std::byte* advance(std::size_t size) {
         ZIN_ASSERT(size <= room(), "NboAttrLogOut");
         std::byte* const at = at_;
         at_ += size;
         return at;
     }
 
+  private:
     std::byte* at_;
     std::byte* end_;
 };
@@ -82,6 +106,35 @@ inline constexpr bool keyTravelsInside =
     requires(T& collection, const typename T::Value& value) {
     collection.put(value);
 };
+
+template <class T>
+consteval std::size_t fixedSizeOf() {
+    if constexpr (WritesItself<T> || MemberCollection<T>) {
+        return 0;
+    } else if constexpr (std::same_as<T, bool>) {
+        return 1;
+    } else if constexpr (std::is_enum_v<T>) {
+        return 4;
+    } else if constexpr (std::floating_point<T>) {
+        return 8;
+    } else if constexpr (std::integral<T> || IsByteArray<T>::value) {
+        return sizeof(T);
+    } else if constexpr (describe::Described<T>) {
+        std::size_t size = 0;
+        bool isFixed = true;
+        describe::schemaOf<T>.forEach([&](auto field) {
+            constexpr std::size_t part = fixedSizeOf<typename decltype(field)::Value>();
+            isFixed = isFixed && part != 0;
+            size += part;
+        });
+        return isFixed ? size : 0;
+    } else {
+        return 0;
+    }
+}
+// Bytes that every value of the type takes; 0 where that differs from value to value.
+template <class T>
+inline constexpr std::size_t fixedSize = fixedSizeOf<T>();
 
 // Calls part(p) for each part of a member that travels: its key, or its value, or both.
 template <MemberCollection T>
@@ -120,16 +173,10 @@ constexpr void requireKeys(const T& value) {
 // a value that cannot be written, as writing it does.
 template <class T>
 constexpr std::size_t attrLogSize(const T& value) {
-    if constexpr (WritesItself<T>) {
+    if constexpr (fixedSize<T> != 0) {
+        return fixedSize<T>;
+    } else if constexpr (WritesItself<T>) {
         return value.attrLogSize();
-    } else if constexpr (std::same_as<T, bool>) {
-        return 1;
-    } else if constexpr (std::is_enum_v<T>) {
-        return 4;
-    } else if constexpr (std::floating_point<T>) {
-        return 8;
-    } else if constexpr (std::integral<T> || IsByteArray<T>::value) {
-        return sizeof(T);
     } else if constexpr (std::same_as<T, String>) {
         return 4 + value.size();
     } else if constexpr (MemberCollection<T>) {
@@ -148,20 +195,40 @@ constexpr std::size_t attrLogSize(const T& value) {
     }
 }
 
+// REQUIRES: room for fixedSize<T> bytes. Returns what follows them.
 template <class T>
-Out& operator<<(Out& out, const T& value) {
+[[gnu::always_inline]] inline std::byte* storeFixed(std::byte* at, const T& value) {
+    if constexpr (std::same_as<T, bool>) {
+        storeWord(at, static_cast<std::uint8_t>(value));
+    } else if constexpr (std::is_enum_v<T>) {
+        storeWord(at, static_cast<std::uint32_t>(value));
+    } else if constexpr (std::floating_point<T>) {
+        storeWord(at, std::bit_cast<std::uint64_t>(static_cast<double>(value)));
+    } else if constexpr (std::integral<T>) {
+        storeWord(at, static_cast<std::make_unsigned_t<T>>(value));
+    } else if constexpr (IsByteArray<T>::value) {
+        std::memcpy(at, value.data(), value.size());
+    } else {
+        std::byte* next = at;
+        describe::schemaOf<T>.forEach([&](auto field) __attribute__((always_inline)) {
+            next = storeFixed(next, field.in(value));
+        });
+        return next;
+    }
+    return at + fixedSize<T>;
+}
+
+template <class T>
+requires(fixedSize<T> != 0) [[gnu::always_inline]] inline Out& operator<<(
+    Out& out,
+    const T& value) {
+    storeFixed(out.advance(fixedSize<T>), value);
+    return out;
+}
+template <class T>
+requires(fixedSize<T> == 0) Out& operator<<(Out& out, const T& value) {
     if constexpr (WritesItself<T>) {
         value.attrLogPut(out);
-    } else if constexpr (std::same_as<T, bool>) {
-        out.put(static_cast<std::uint8_t>(value));
-    } else if constexpr (std::is_enum_v<T>) {
-        out.put(static_cast<std::uint32_t>(value));
-    } else if constexpr (std::floating_point<T>) {
-        out.put(std::bit_cast<std::uint64_t>(static_cast<double>(value)));
-    } else if constexpr (std::integral<T>) {
-        out.put(static_cast<std::make_unsigned_t<T>>(value));
-    } else if constexpr (IsByteArray<T>::value) {
-        for (const std::uint8_t byte : value) out.put(byte);
     } else if constexpr (std::same_as<T, String>) {
         const std::string_view bytes = value.view();
         out.put(static_cast<std::uint32_t>(bytes.size()));

@@ -29,6 +29,7 @@ Sa::Sa(
       entityId_(entityId),
       role_(role),
       writable_(writable),
+      sameBuild_(connection.sameBuild(entity_->fwkType().module)),
       parent_(parent) {
     flowOutIs(behindTheLast);
     registerWith(*entity_->notifieeList().list);
@@ -75,18 +76,9 @@ std::optional<Out> Sa::singletonSerializeCheck(AttributeId id, std::size_t size)
     return out;
 }
 
-std::optional<Out> Sa::collSerializeCheck(AttributeId id, bool deleted, std::size_t size) {
-    return connection_.attributeMessage(*this, deleted ? ~id + 1 : id, size);
-}
-
 void Sa::skipId(std::uint32_t entityId) noexcept {
     std::uint32_t& last = connection_.lastEntityId_[indexOf(role_)];
     last = std::max(last, entityId);
-}
-
-void Sa::outSmCommitMessage() {
-    connection_.commit();
-    connection_.wake();
 }
 
 std::uint64_t Sa::childWasTold() noexcept {
@@ -134,10 +126,6 @@ Sa::Applying::Applying(Sa& sa, AttributeId id, const void* key)
 
 Sa::Applying::~Applying() {
     sa_.applying_ = outer_;
-}
-
-void Sa::finish(In& in) const {
-    if (connection_.sameBuild(entity_->fwkType().module)) in.requireEnd();
 }
 
 void Sa::onAttribute(AttributeId id, const void* key) {
@@ -351,7 +339,7 @@ void Demuxer::faultType(const Sa& sa, const String& found, std::string_view want
 void Demuxer::faultAttribute(Sa& sa, AttributeId id) {
     const bool deletion = static_cast<std::int32_t>(id) < 0;
     sa.connection_.skipOrFault(
-        sa.connection_.sameBuild(sa.entity().fwkType().module),
+        sa.sameBuild(),
         std::string(sa.type().name) + " has no " + (deletion ? "collection " : "attribute ") +
             std::to_string(deletion ? ~id + 1 : id));
 }

@@ -13,6 +13,7 @@
 #include "Zin/Export.h"
 #include "Zin/Module.h"
 #include "Zin/NboAttrLogFlowOut.h"
+#include "Zin/NboAttrLogIn.h"
 #include "Zin/NboAttrLogOut.h"
 #include "Zin/NboAttrLogProtocol.h"
 #include "Zin/NotifieeList.h"
@@ -56,8 +57,9 @@ class ZIN_EXPORT Sa final : private Notifiee {
     // cannot take it now; then it is remembered as dirty. outSmCommitMessage() ends a message.
     std::optional<Out> singletonSerializeCheck(AttributeId id, std::size_t size);
     // The same for a collection's member; remembering the key is the caller's.
-    std::optional<Out> collSerializeCheck(AttributeId id, bool deleted, std::size_t size);
-    void outSmCommitMessage();
+    inline std::optional<Out>
+    collSerializeCheck(AttributeId id, bool deleted, std::size_t size);
+    inline void outSmCommitMessage();
     // The last message told the owner of a child that was made here. Its number.
     std::uint64_t childWasTold() noexcept;
     // Whether the peer is known to have taken the message of this number: what it says from
@@ -101,8 +103,12 @@ class ZIN_EXPORT Sa final : private Notifiee {
     // The peer named an entity that this side does not take up: what is said of it is skipped.
     void skipId(std::uint32_t entityId) noexcept;
 
+    // Whether the peer's build describes the entity's type as this one does.
+    bool sameBuild() const noexcept { return sameBuild_; }
     // The payload must end here, unless the peer's build may know more fields than this one.
-    void finish(In& in) const;
+    void finish(const In& in) const {
+        if (sameBuild_) in.requireEnd();
+    }
 
     // --- Tree of adapters ---
     Sa* parent() const noexcept { return parent_; }
@@ -125,6 +131,7 @@ class ZIN_EXPORT Sa final : private Notifiee {
     std::uint32_t entityId_;
     Role role_;
     bool writable_;
+    bool sameBuild_;
     bool pending_ = false;
     bool _isActive = true;
     Applying* applying_ = nullptr;

@@ -14,17 +14,7 @@ namespace Zin::NboAttrLog {
 
 Out Connection::message(std::uint32_t id, std::size_t size) {
     if (toConfirm_ != 0) sendConfirmation();
-    messageSize_ = headerSize + size;
-    std::byte* const begin = out_.room(messageSize_);
-    Out out(begin, begin + messageSize_);
-    out << static_cast<std::uint32_t>(size) << id;
-    return out;
-}
-
-void Connection::commit() noexcept {
-    out_.added(messageSize_);
-    ++counters_.messagesOut;
-    counters_.bytesOut += messageSize_;
+    return messageIn(out_.room(headerSize + size), id, size);
 }
 
 void Connection::confirm() {
@@ -66,17 +56,14 @@ void Connection::sendExport(const String& name, const Exports::Export& offer) {
         offer.access == Access::readWrite);
 }
 
-bool Connection::mayWrite() const noexcept {
-    return state_ == State::open && greeted_ && out_.size() < options_.highWater;
-}
-
 void Connection::select(Sa& sa) {
     if (selectedOut_ == &sa) return;
     send(sa.role() == Role::owner ? MessageId::select : MessageId::selectPeers, sa.entityId());
     selectedOut_ = &sa;
 }
 
-std::optional<Out> Connection::attributeMessage(Sa& sa, std::uint32_t id, std::size_t size) {
+std::optional<Out>
+Connection::firstAttributeMessage(Sa& sa, std::uint32_t id, std::size_t size) {
     if (!mayWrite()) return std::nullopt;
     if (size > std::min(options_.maxMessage, peerMaxMessage_)) {
         fail(
@@ -181,8 +168,7 @@ void Connection::sendAfterPending() {
     }
 }
 
-void Connection::wake() {
-    if (woken_ || producing_) return;
+void Connection::wakeNow() {
     woken_ = true;
     observer_.onOutput();
 }

@@ -6,7 +6,7 @@
 // once, one that is gone is not told any more, one that came during a visit hears of later
 // changes only.
 //
-// An empty list costs one test, each reactor one virtual call. Registering and unregistering
+// An empty list costs one test, each reactor one virtual call, several the record of a visit. Registering and unregistering
 // take constant time and never allocate: the links lie in the reactors.
 
 #pragma once
@@ -65,6 +65,14 @@ class ZIN_EXPORT NotifieeList {
     // Tells every reactor that the member of a collection was added, changed or removed.
     void visit(AttributeId id, const void* key) {
         if (first_) tell(id, key);
+    }
+
+    // Tells the reactor that the attribute changed if there is just one; whether it did. This
+    // object is not used after the reactor was called, so that may destroy it.
+    bool visitOnly(AttributeId id, const void* key) {
+        if (first_ != last_) return false;
+        first_->onAttribute(id, key);
+        return true;
     }
 
     // Drops every registration. Visits that are under way end.
