@@ -6,8 +6,9 @@
 // once, one that is gone is not told any more, one that came during a visit hears of later
 // changes only.
 //
-// An empty list costs one test, each reactor one virtual call, several the record of a visit. Registering and unregistering
-// take constant time and never allocate: the links lie in the reactors.
+// An empty list costs one test, each reactor one virtual call, several the record of a visit.
+// Registering and unregistering take constant time and never allocate: the links lie in the
+// reactors.
 
 #pragma once
 
