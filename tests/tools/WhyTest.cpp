@@ -17,11 +17,11 @@
 #include "corra/Completion.h"
 #include "corra/Locate.h"
 #include "corra/StateFile.h"
+#include "corra/WholeFile.h"
 #include "corra/Why.h"
 #include "corra/WhyChanges.h"
 #include "corra/WhyCommand.h"
 #include "corra/WhyState.h"
-#include "corra/WholeFile.h"
 #include "tools/Tool.h"
 
 namespace {
