@@ -41,6 +41,6 @@ int main(int argc, char** argv) {
         std::copy(bytes.begin(), bytes.end(), exact.get());
         LLVMFuzzerTestOneInput(exact.get(), bytes.size());
     }
-    if (files.empty()) std::cerr << "no inputs\n";
+    std::cout << files.size() << " inputs replayed\n";
     return files.empty() ? 1 : 0;
 }
