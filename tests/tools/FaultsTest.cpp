@@ -166,7 +166,7 @@ TEST_F(FaultsTest, TwoHundredMirrorsAreServedAlike) {
     for (std::size_t i = 0; i < mirrors; ++i) all.emplace_back(connected(), none);
     Mirror deaf(connected(), none);
     while (deaf.stream.connection().hasOutput()) deaf.stream.ready(POLLOUT);
-    const auto turnUntil = [&](bool Mirror::*reached) {
+    const auto turnUntil = [&](const auto& reached) {
         const auto deadline = std::chrono::steady_clock::now() + corra::test::hangGuard;
         for (std::size_t done = 0; done < mirrors;) {
             ASSERT_LT(std::chrono::steady_clock::now(), deadline);
@@ -181,15 +181,16 @@ TEST_F(FaultsTest, TwoHundredMirrorsAreServedAlike) {
                 const short events = (at++)->revents;
                 const bool lives = events == 0 || mirror.stream.ready(events);
                 ASSERT_TRUE(lives);
-                done += mirror.*reached;
+                done += reached(mirror);
             }
         }
     };
-    turnUntil(&Mirror::synced);
+    turnUntil([](const Mirror& mirror) { return mirror.synced; });
     holdCapture(captures[3]);
     server.kill(SIGHUP);
+    turnUntil([](const Mirror& mirror) { return mirror.config->patch().has("eline-new"); });
     for (Mirror& mirror : all) mirror.stream.connection().barrier(1);
-    turnUntil(&Mirror::reached);
+    turnUntil([](const Mirror& mirror) { return mirror.reached; });
     const auto expected =
         corra::test::dumpOf(corra::test::imported(corra::test::captureText(captures[3])));
     for (const Mirror& mirror : all) {
