@@ -19,8 +19,9 @@
 #include "Zin/AllocTrack.h"
 #include "simulation/Simulator.h"
 #include "support/RootTypes.h"
+#include "support/Sanitized.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef CORRA_SANITIZED
 #include <sanitizer/common_interface_defs.h>
 #endif
 
@@ -29,11 +30,7 @@ namespace {
 using support::Coverage;
 using support::Simulation;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::uint64_t shortForm = 200;
-#else
-constexpr std::uint64_t shortForm = sizeof(void*) == 4 ? 200 : 2000;
-#endif
+constexpr std::uint64_t shortForm = support::isSanitized || sizeof(void*) == 4 ? 200 : 2000;
 constexpr unsigned steps = 5000;
 
 // From how many schedules on each of these must have come up.
@@ -89,7 +86,7 @@ void onCrash(int signal) {
 }
 
 void printReplayOnCrash() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef CORRA_SANITIZED
     __sanitizer_set_death_callback(&printReplay);
     std::signal(SIGABRT, &onCrash);
 #else

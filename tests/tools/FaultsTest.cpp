@@ -18,6 +18,7 @@
 
 #include "Zin/NboAttrLogFd.h"
 #include "corra/Dump.h"
+#include "support/Sanitized.h"
 #include "tools/Captures.h"
 #include "tools/ProcessFixture.h"
 #include "tools/Tool.h"
@@ -30,11 +31,7 @@ using corra::test::captures;
 using corra::test::Tool;
 using corra::test::waitUntil;
 
-#ifdef __SANITIZE_ADDRESS__
-constexpr int rounds = 20;
-#else
-constexpr int rounds = 100;
-#endif
+constexpr int rounds = support::isSanitized ? 20 : 100;
 
 std::string stateOf(const std::string& moment) {
     corra::Roots roots;
