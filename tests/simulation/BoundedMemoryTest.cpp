@@ -8,7 +8,7 @@
 #include "support/Dump.h"
 #include "support/LabTypes.h"
 #include "support/Link.h"
-#include "support/Sanitized.h"
+#include "support/Slow.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ using Zin::NboAttrLog::Exports;
 using Zin::NboAttrLog::Observer;
 
 constexpr std::uint32_t keys = 100000;
-constexpr std::uint32_t changes = isSanitized ? 1000000 : 10000000;
+constexpr std::uint32_t changes = isSlow ? 1000000 : 10000000;
 // What a dirty key may cost, its share of a bucket that is half empty included.
 constexpr std::size_t bytesPerKey = 32;
 constexpr std::size_t streamBytes = 4096;

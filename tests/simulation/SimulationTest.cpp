@@ -19,7 +19,7 @@
 #include "Zin/AllocTrack.h"
 #include "simulation/Simulator.h"
 #include "support/RootTypes.h"
-#include "support/Sanitized.h"
+#include "support/Slow.h"
 
 #ifdef CORRA_SANITIZED
 #include <sanitizer/common_interface_defs.h>
@@ -30,7 +30,7 @@ namespace {
 using support::Coverage;
 using support::Simulation;
 
-constexpr std::uint64_t shortForm = support::isSanitized || sizeof(void*) == 4 ? 200 : 2000;
+constexpr std::uint64_t shortForm = support::isSlow || sizeof(void*) == 4 ? 200 : 2000;
 constexpr unsigned steps = 5000;
 
 // From how many schedules on each of these must have come up.

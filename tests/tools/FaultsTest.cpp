@@ -18,7 +18,7 @@
 
 #include "Zin/NboAttrLogFd.h"
 #include "corra/Dump.h"
-#include "support/Sanitized.h"
+#include "support/Slow.h"
 #include "tools/Captures.h"
 #include "tools/ProcessFixture.h"
 #include "tools/Tool.h"
@@ -31,7 +31,7 @@ using corra::test::captures;
 using corra::test::Tool;
 using corra::test::waitUntil;
 
-constexpr int rounds = support::isSanitized ? 20 : 100;
+constexpr int rounds = support::isSlow ? 20 : 100;
 
 std::string stateOf(const std::string& moment) {
     corra::Roots roots;
