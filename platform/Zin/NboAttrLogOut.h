@@ -109,9 +109,7 @@ inline constexpr bool keyTravelsInside =
 
 template <class T>
 consteval std::size_t fixedSizeOf() {
-    if constexpr (WritesItself<T> || MemberCollection<T>) {
-        return 0;
-    } else if constexpr (std::same_as<T, bool>) {
+    if constexpr (std::same_as<T, bool>) {
         return 1;
     } else if constexpr (std::is_enum_v<T>) {
         return 4;
@@ -119,7 +117,7 @@ consteval std::size_t fixedSizeOf() {
         return 8;
     } else if constexpr (std::integral<T> || IsByteArray<T>::value) {
         return sizeof(T);
-    } else if constexpr (describe::Described<T>) {
+    } else if constexpr (describe::Described<T> && !WritesItself<T>) {
         std::size_t size = 0;
         bool isFixed = true;
         describe::schemaOf<T>.forEach([&](auto field) {
