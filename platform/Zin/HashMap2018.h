@@ -97,7 +97,7 @@ class ZIN_EXPORT HashMap2018 {
     // Whether there was one. The key may be part of the member.
     bool erase(const K& key) {
         if constexpr (std::is_trivially_destructible_v<Node>) {
-            return core_.deleteMemberG(vt_, {&key, hashOf(key)}, nullptr);
+            return remove(key, nullptr);
         } else {
             return eraseTo(key, [](Node&) {});
         }
@@ -260,6 +260,23 @@ class ZIN_EXPORT HashMap2018 {
         }
     }
 
+    // Moves the node to `removed`; where that is null it needs no destruction.
+    bool remove(const K& key, Node* removed) {
+        const std::uint32_t hash = hashOf(key);
+        const hashed::Leaf leaf = core_.leafOf(hash);
+        const Node* const found = find(leaf, hash, key);
+        if (!found) return false;
+        if (core_.ownsAll() && hashed::isBucket(leaf.slot) && leaf.keepsShapeWithoutOne())
+            [[likely]] {
+            Node* const first = nodesOf(hashed::bucketOf(leaf.slot));
+            const auto position = static_cast<unsigned>(found - first);
+            if (removed) Ops::place(vt_, removed, first + position, HashMap2018Placing::move);
+            core_.memberForgotten(leaf, position);
+            return true;
+        }
+        return core_.deleteMemberG(vt_, {&key, hash}, removed);
+    }
+
     // The node leaves the map before it is destroyed: that may drop an object that looks at it.
     template <class Take>
     bool eraseTo(const K& key, Take&& take) {
@@ -268,7 +285,7 @@ class ZIN_EXPORT HashMap2018 {
             ~Box() {}
             Node node;
         } box;
-        if (!core_.deleteMemberG(vt_, {&key, hashOf(key)}, &box.node)) return false;
+        if (!remove(key, &box.node)) return false;
         struct Guard {
             Node& node;
             ~Guard() { node.~Node(); }
@@ -387,6 +404,7 @@ constinit const HashMap2018VTable HashMap2018<Coll, K, V>::vt_ = {
     Ops::compareOrLruUnlink,
     Ops::destroyNode,
     Ops::hashNodes,
+    Ops::moveNodes,
     Ops::settledOrder,
     Ops::movesAsBytes,
     Ops::copiesAsBytes,

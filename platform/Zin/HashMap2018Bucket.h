@@ -50,8 +50,8 @@ inline constexpr bool settlesLate = false;
 inline constexpr bool settlesLate = std::atomic<std::uint64_t>::is_always_lock_free;
 #endif
 
-// An order word: 15 nibbles of entry positions, and in the top nibble how many of the first
-// ones are in key order already. The others follow in order of insertion; unused nibbles are 0.
+// An order word: the positions of entries in key order, a nibble each, and in the top nibble
+// how many they are. Entries that came later are not in it yet. Unused nibbles are 0.
 namespace order {
 
 inline constexpr std::uint64_t positions = ~std::uint64_t{0} >> 4;
@@ -80,7 +80,6 @@ inserted(std::uint64_t word, unsigned index, unsigned position) noexcept {
     const std::uint64_t before = firstNibbles(index);
     return (word & before) | std::uint64_t{position} << 4 * index | (word & ~before) << 4;
 }
-// REQUIRES: the word contains the position.
 constexpr std::uint64_t erased(std::uint64_t word, unsigned position) noexcept {
     const std::uint64_t body = word & positions;
     // The lowest nibble that equals the position: the lowest zero nibble after the exclusive
@@ -88,10 +87,16 @@ constexpr std::uint64_t erased(std::uint64_t word, unsigned position) noexcept {
     const std::uint64_t differing = body ^ position * ones;
     const std::uint64_t zeros = (differing - ones) & ~differing & ones << 3;
     const unsigned index = static_cast<unsigned>(std::countr_zero(zeros)) >> 2;
+    if (index >= settled(word)) return word;
     const std::uint64_t before = firstNibbles(index);
-    const unsigned inOrder = settled(word);
-    return (body & before) | ((body >> 4) & ~before) |
-           std::uint64_t{inOrder - (index < inOrder ? 1U : 0U)} << 60;
+    return (body & before) | ((body >> 4) & ~before) | std::uint64_t{settled(word) - 1} << 60;
+}
+// As a mask.
+constexpr unsigned positionsIn(std::uint64_t word) noexcept {
+    unsigned mask = 0;
+    for (unsigned left = settled(word); left != 0; --left, word >>= 4)
+        mask |= 1U << (word & 15);
+    return mask;
 }
 
 }  // namespace order
@@ -116,12 +121,36 @@ inline unsigned equalBytes(const std::uint8_t* bytes, __m128i wanted) noexcept {
 inline unsigned zeroBytes(const std::uint8_t* bytes) noexcept {
     return equalBytes(bytes, _mm_setzero_si128());
 }
+// How many are not 0. (Not all of these machines count bits in one instruction.)
+inline unsigned nonzeroBytes(const std::uint8_t* bytes) noexcept {
+    const __m128i all = _mm_load_si128(reinterpret_cast<const __m128i*>(bytes));
+    const __m128i each = _mm_min_epu8(all, _mm_set1_epi8(1));
+    const __m128i halves = _mm_sad_epu8(each, _mm_setzero_si128());
+    return static_cast<unsigned>(
+        _mm_cvtsi128_si32(halves) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(halves, halves)));
+}
 // Which are the fingerprint of the hash. That it is not 0 costs one instruction here.
 inline unsigned fingerprintBytes(const std::uint8_t* bytes, std::uint32_t hash) noexcept {
     const __m128i low = _mm_set1_epi8(static_cast<char>(hash));
     return equalBytes(bytes, _mm_max_epu8(low, _mm_set1_epi8(1)));
 }
+// Of 16 words, bit i of the result is that bit of words[i].
+inline unsigned bitOfWords(const std::uint32_t* words, unsigned bit) noexcept {
+    const __m128i toSign = _mm_cvtsi32_si128(static_cast<int>(31 - bit));
+    unsigned bits = 0;
+    for (unsigned i = 0; i < 16; i += 4) {
+        const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i*>(words + i));
+        const __m128 signs = _mm_castsi128_ps(_mm_sll_epi32(four, toSign));
+        bits |= static_cast<unsigned>(_mm_movemask_ps(signs)) << i;
+    }
+    return bits;
+}
 #else
+inline unsigned bitOfWords(const std::uint32_t* words, unsigned bit) noexcept {
+    unsigned bits = 0;
+    for (unsigned i = 0; i < 16; ++i) bits |= (words[i] >> bit & 1) << i;
+    return bits;
+}
 inline unsigned equalBytes(const std::uint8_t* bytes, std::uint8_t wanted) noexcept {
     const auto half = [wanted](const std::uint8_t* from) {
         constexpr std::uint64_t lowSeven = 0x7f7f7f7f7f7f7f7f;
@@ -136,6 +165,9 @@ inline unsigned equalBytes(const std::uint8_t* bytes, std::uint8_t wanted) noexc
 inline unsigned zeroBytes(const std::uint8_t* bytes) noexcept {
     return equalBytes(bytes, 0);
 }
+inline unsigned nonzeroBytes(const std::uint8_t* bytes) noexcept {
+    return 16U - static_cast<unsigned>(std::popcount(zeroBytes(bytes)));
+}
 inline unsigned fingerprintBytes(const std::uint8_t* bytes, std::uint32_t hash) noexcept {
     return equalBytes(bytes, fingerprintOf(hash));
 }
@@ -147,6 +179,7 @@ struct alignas(16) Fingerprints {
     std::uint8_t at[16];
 
     unsigned matches(std::uint32_t hash) const noexcept { return fingerprintBytes(at, hash); }
+    unsigned members() const noexcept { return nonzeroBytes(at); }
 };
 
 struct alignas(16) Bucket : Counted {
@@ -170,12 +203,15 @@ struct alignas(16) Bucket : Counted {
         return zeroBytes(fingerprints.at) & ((1U << capacity) - 1);
     }
     unsigned usedPositions() const noexcept { return ~zeroBytes(fingerprints.at) & 0x7fff; }
+    // Whether so few members may keep the block.
+    bool suits(unsigned members) const noexcept {
+        return members != 0 && (capacity <= 4 || members * 5U > capacity * 2U);
+    }
 
     // The entry that was built at a free position becomes a member, with no place in the order
     // yet.
     void adopt(unsigned position, std::uint32_t hash) noexcept {
         fingerprints.at[position] = fingerprintOf(hash);
-        orderIs(order::appended(order(), count, position));
         count = (count + 1) & 15;
     }
     void forget(unsigned position) noexcept {
@@ -285,6 +321,21 @@ struct Leaf {
     void forget(unsigned position) const noexcept {
         bucketOf(slot).forget(position);
         copiesAre(position, 0);
+    }
+    // Whether the bucket keeps its range and its block when one of its members goes. Waits for
+    // no other bucket: the directory tells how many members the neighbour has.
+    // REQUIRES: it has a member.
+    bool keepsShapeWithoutOne() const noexcept {
+        const Bucket& bucket = bucketOf(slot);
+        const unsigned left = bucket.count - 1U;
+        if (!bucket.suits(left)) return false;
+        if (bits == 0) return true;
+        const std::uint32_t length = 1U << (bits - bucket.depth);
+        const std::uint32_t buddy = (index & ~(length - 1)) ^ length;
+        Directory& directory = *reinterpret_cast<Directory*>(fingerprintsEnd + index);
+        const Slot* const slots = directory.slots() + buddy;
+        return !isBucket(slots[0]) || slots[0] != slots[length - 1] ||
+               left + directory.fingerprints(buddy)->members() > bucketMax;
     }
 
   private:

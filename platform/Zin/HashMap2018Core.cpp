@@ -285,7 +285,6 @@ void HashMap2018Generic::newMemberG(const VTable& vt, KeyAndHash keyAndHash, voi
 bool HashMap2018Generic::deleteMemberG(const VTable& vt, KeyAndHash keyAndHash, void* removed) {
     // An absent key makes nothing ours; a present one may be part of what is given up.
     TriePath path = pathTo(keyAndHash.hash);
-    fetchBuddy(path);
     const Location at = locateIn(vt, path.found(), keyAndHash);
     if (!at.found) return false;
     if (!ownsAllNow()) path = ownedPathTo(vt, keyAndHash.hash);
@@ -305,7 +304,9 @@ bool HashMap2018Generic::removeFromBucket(
     void* removed) {
     const unsigned left = bucketOf(path.leaf()).count - 1U;
     const Union united = unionOf(path, bucketOf(path.leaf()).depth, left);
-    if (united.members > bucketOf(path.leaf()).capacity) widenBucket(vt, path, united.members);
+    if (!united.intoBuddy && united.members > bucketOf(path.leaf()).capacity) {
+        widenBucket(vt, path, united.members);
+    }
     Bucket& bucket = bucketOf(path.leaf());
     const bool marked = (bucket.marks >> position & 1) != 0;
     takeOut(vt, bucket.entries() + position * vt.entrySize, removed);

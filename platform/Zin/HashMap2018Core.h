@@ -71,9 +71,11 @@ struct HashMap2018VTable {
     void (*destroyNode)(void* node) noexcept;
     // The hashes of the entries at the positions that are set in the mask, in ascending order.
     void (*hashNodes)(const void* entries, unsigned positions, std::uint32_t* hashes) noexcept;
-    // The order word with all positions in key order.
+    // Moves the entries at the positions of one mask to those of another, in ascending order.
+    void (*moveNodes)(void* to, unsigned free, void* from, unsigned positions) noexcept;
+    // The order word with all used positions in key order.
     std::uint64_t (
-        *settledOrder)(const void* entries, std::uint64_t order, unsigned count) noexcept;
+        *settledOrder)(const void* entries, std::uint64_t order, unsigned used) noexcept;
     bool movesAsBytes;
     bool copiesAsBytes;
     bool destroysNothing;
@@ -148,6 +150,15 @@ class ZIN_EXPORT HashMap2018Generic {
         ++changes_;
     }
 
+    // The entry at that position was moved away, or needs no destruction.
+    // REQUIRES: ownsAll(), and that the leaf keeps its shape without it.
+    void memberForgotten(const hashed::Leaf& leaf, unsigned position) noexcept {
+        marked_ -= hashed::bucketOf(leaf.slot).marks >> position & 1U;
+        leaf.forget(position);
+        --members_;
+        ++changes_;
+    }
+
     // Moves the entry to `removed`, or destroys it where that is null. False when it is absent.
     bool deleteMemberG(const VTable& vt, KeyAndHash keyAndHash, void* removed);
 
@@ -167,7 +178,8 @@ class ZIN_EXPORT HashMap2018Generic {
 
     static void settle(const VTable& vt, hashed::Bucket& bucket) noexcept {
         if (!bucket.settled()) {
-            bucket.orderIs(vt.settledOrder(bucket.entries(), bucket.order(), bucket.count));
+            bucket.orderIs(
+                vt.settledOrder(bucket.entries(), bucket.order(), bucket.usedPositions()));
         }
     }
 

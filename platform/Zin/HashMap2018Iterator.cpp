@@ -52,11 +52,10 @@ Chunk hashed::nextChunk(const HashMap2018VTable& vt, const Chunk& chunk) noexcep
     return listChunk(chunk.entries + bucketMax * vt.entrySize, chunk.listLeft);
 }
 
-// Each leaf lies on a page of its own, and processors drop prefetches for which they would have
-// to walk the page table; so the header is read.
+// Nothing is read here: a load that waits for memory would hold up those behind it.
 void hashed::fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept {
     if (!isBucket(leaf)) return;
-    static_cast<void>(bucketOf(leaf).order());
+    __builtin_prefetch(&bucketOf(leaf));
     constexpr std::size_t lineBytes = 64;
     const std::size_t bytes = std::min<std::size_t>(10 * vt.entrySize, 16 * lineBytes);
     for (std::size_t offset = 0; offset < bytes; offset += lineBytes) {
@@ -165,30 +164,27 @@ void HashMap2018IteratorGeneric::nextLeaf(const VTable& vt) noexcept {
 
 namespace {
 
-// In large maps the last directories are narrow. Their leaves are fetched while those of the
-// directory before are visited.
-constexpr unsigned narrowBits = 4;
-
-void fetchLeaves(const HashMap2018VTable& vt, Slot slot) noexcept {
-    if (!isDirectory(slot) || bitsOf(slot) > narrowBits) return;
-    const Slot* const slots = directoryOf(slot).slots();
-    for (std::size_t i = 0; i < std::size_t{1} << bitsOf(slot); ++i) {
-        if (i == 0 || slots[i] != slots[i - 1]) fetchLeaf(vt, slots[i]);
-    }
+// In large maps the last directories are narrow, and each of their leaves is a cache miss.
+constexpr bool isNarrow(Slot slot) noexcept {
+    return isDirectory(slot) && bitsOf(slot) <= 4;
 }
 
 }  // namespace
 
-void HashMap2018UnsafeIteratorConstGeneric::enterDirectory(const VTable& vt) noexcept {
+void HashMap2018UnsafeIteratorConstGeneric::enterDirectory() noexcept {
     slot_ = &hashMap_->root_;
     slotsEnd_ = slot_ + 1;
+    ahead_ = aheadEnd_ = nullptr;
     bits_ = 0;
     slotBits_ = hashBits;
     auto left = static_cast<std::uint32_t>(next_);
     while (isDirectory(*slot_)) {
         const Slot directory = *slot_;
         const Slot* const slots = directoryOf(directory).slots();
-        if (slotsEnd_ - slot_ > 1) fetchLeaves(vt, slot_[1]);
+        if (slotsEnd_ - slot_ > 1 && isNarrow(slot_[1])) {
+            ahead_ = directoryOf(slot_[1]).slots();
+            aheadEnd_ = ahead_ + (std::size_t{1} << bitsOf(slot_[1]));
+        }
         bits_ = static_cast<std::uint8_t>(bitsOf(directory));
         slotBits_ = static_cast<std::uint8_t>(slotBits_ - bits_);
         const std::uint64_t shifted = std::uint64_t{left} << bits_;
@@ -205,12 +201,9 @@ void HashMap2018UnsafeIteratorConstGeneric::nextLeaf(const VTable& vt) noexcept 
         return;
     }
     while (next_ < HashMap2018Generic::hashEnd) {
-        if (slot_ == slotsEnd_ || isDirectory(*slot_)) enterDirectory(vt);
+        if (slot_ == slotsEnd_ || isDirectory(*slot_)) enterDirectory();
         const Slot leaf = *slot_;
-        const std::size_t slots =
-            isList(leaf) ? 1 : std::size_t{1} << (bits_ - bucketOf(leaf).depth);
-        slot_ += slots;
-        next_ += std::uint64_t{slots} << slotBits_;
+        step(vt, isList(leaf) ? 1 : std::size_t{1} << (bits_ - bucketOf(leaf).depth));
         if (slot_ != slotsEnd_) __builtin_prefetch(&directoryOf(*slot_));
         chunk_ = firstChunk(vt, leaf);
         if (chunk_.left == 0) continue;

@@ -134,19 +134,37 @@ class ZIN_EXPORT HashMap2018UnsafeIteratorConstGeneric {
     // The entry size of the operation table again, where the caller knows it as a constant.
     void advance(const VTable& vt, std::size_t entrySize) noexcept {
         check();
-        if (chunk_.left > 0) [[likely]] {
-            iter_ = chunk_.take(entrySize);
-        } else {
+        if (chunk_.left == 0 && !takeNeighbour(vt)) [[unlikely]] {
             nextLeaf(vt);
+            return;
         }
+        iter_ = chunk_.take(entrySize);
     }
 
   private:
     void check() const noexcept {
         ZIN_ASSERT(version_ == hashMap_->version(), "HashMap2018UnsafeIteratorConstGeneric");
     }
+    // The next leaf, where it is in the same directory and needs nothing else.
+    bool takeNeighbour(const VTable& vt) noexcept {
+        if (slot_ == slotsEnd_ || chunk_.listLeft != 0) return false;
+        const hashed::Slot leaf = *slot_;
+        if (!hashed::isBucket(leaf)) return false;
+        const hashed::Bucket& bucket = hashed::bucketOf(leaf);
+        if (bucket.count == 0 || !bucket.settled()) return false;
+        step(vt, std::size_t{1} << (bits_ - bucket.depth));
+        chunk_ = {bucket.entries(), bucket.order() & hashed::order::positions, bucket.count, 0};
+        return true;
+    }
+    void step(const VTable& vt, std::size_t slots) noexcept {
+        slot_ += slots;
+        next_ += std::uint64_t{slots} << slotBits_;
+        for (; slots != 0 && ahead_ != aheadEnd_; --slots, ++ahead_) {
+            if (*ahead_ != fetched_) hashed::fetchLeaf(vt, fetched_ = *ahead_);
+        }
+    }
     void nextLeaf(const VTable& vt) noexcept;
-    void enterDirectory(const VTable& vt) noexcept;
+    void enterDirectory() noexcept;
 
     const HashMap2018Generic* hashMap_ = nullptr;
     const void* iter_ = nullptr;
@@ -154,6 +172,10 @@ class ZIN_EXPORT HashMap2018UnsafeIteratorConstGeneric {
     // The directory that holds the next leaf: its slots from there on.
     const hashed::Slot* slot_ = nullptr;
     const hashed::Slot* slotsEnd_ = nullptr;
+    // In large maps, those of the directory behind it, whose leaves are fetched meanwhile.
+    const hashed::Slot* ahead_ = nullptr;
+    const hashed::Slot* aheadEnd_ = nullptr;
+    hashed::Slot fetched_ = 0;
     std::uint64_t next_ = 0;  // the hash at which the next leaf begins
     std::uint32_t version_ = 0;
     std::uint8_t bits_ = 0;

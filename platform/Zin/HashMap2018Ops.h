@@ -6,6 +6,7 @@
 #include <bit>
 #include <concepts>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <type_traits>
@@ -86,17 +87,29 @@ struct HashMap2018Ops {
                 hashOf(static_cast<const Node*>(entries)[std::countr_zero(positions)].key());
         }
     }
+    static void moveNodes(void* to, unsigned free, void* from, unsigned positions) noexcept {
+        for (; positions != 0; positions &= positions - 1, free &= free - 1) {
+            Node* const slot = static_cast<Node*>(to) + std::countr_zero(free);
+            Node& node = static_cast<Node*>(from)[std::countr_zero(positions)];
+            if constexpr (movesAsBytes) {
+                std::memcpy(static_cast<void*>(slot), static_cast<void*>(&node), sizeof(Node));
+            } else {
+                new (slot) Node(std::move(node));
+                std::destroy_at(&node);
+            }
+        }
+    }
     static std::uint64_t
-    settledOrder(const void* entries, std::uint64_t word, unsigned count) noexcept {
+    settledOrder(const void* entries, std::uint64_t word, unsigned used) noexcept {
         namespace order = hashed::order;
         const Node* const nodes = static_cast<const Node*>(entries);
-        const unsigned settled = order::settled(word);
-        std::uint64_t sorted = word & order::firstNibbles(settled);
-        for (unsigned i = settled; i < count; ++i) {
-            const unsigned position = order::position(word, i);
+        unsigned count = order::settled(word);
+        std::uint64_t sorted = word & order::positions;
+        for (unsigned left = used & ~order::positionsIn(word); left != 0; left &= left - 1) {
+            const auto position = static_cast<unsigned>(std::countr_zero(left));
             const K& key = nodes[position].key();
             unsigned first = 0;
-            unsigned last = i;
+            unsigned last = count;
             while (first < last) {
                 const unsigned middle = (first + last) / 2;
                 if (nodes[order::position(sorted, middle)].key() < key) {
@@ -106,6 +119,7 @@ struct HashMap2018Ops {
                 }
             }
             sorted = order::inserted(sorted, first, position);
+            ++count;
         }
         return sorted | std::uint64_t{count} << 60;
     }

@@ -2,12 +2,35 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "Zin/RefCount.h"
 
 namespace Zin::hashed {
 
 namespace {
+
+// What of a bucket's settled order belongs to the entries at some positions, which go to the
+// positions `targets`, and what to the rest. Without branches that nobody could predict.
+struct PartedOrder {
+    std::uint64_t leaving = 0;
+    std::uint64_t rest = 0;
+
+    PartedOrder(std::uint64_t whole, unsigned positions, const std::uint8_t* targets) noexcept {
+        unsigned leavingCount = 0, restCount = 0;
+        for (unsigned i = 0; i < order::settled(whole); ++i) {
+            const unsigned position = order::position(whole, i);
+            const unsigned leaves = positions >> position & 1;
+            const unsigned target = targets[position] & (0 - leaves);
+            leaving = order::appended(leaving, leavingCount, target);
+            leavingCount += leaves;
+            rest = order::appended(rest, restCount, position & (leaves - 1));
+            restCount += 1 - leaves;
+        }
+        leaving |= std::uint64_t{leavingCount} << 60;
+        rest |= std::uint64_t{restCount} << 60;
+    }
+};
 
 // Entries at some positions go to free positions of another bucket. What was in key order stays
 // so when the other one was empty.
@@ -17,47 +40,38 @@ void transfer(
     unsigned positions,
     Bucket& to,
     Placing placing) noexcept {
-    // First the order is parted, without branches that nobody could predict.
-    const std::uint64_t fromOrder = from.order();
-    const unsigned fromSettled = order::settled(fromOrder);
-    std::uint8_t leaving[bucketMax + 1];
-    std::uint64_t restOrder = 0;
-    unsigned count = 0, settled = 0, restCount = 0, restSettled = 0;
-    for (unsigned i = 0; i < from.count; ++i) {
-        const unsigned position = order::position(fromOrder, i);
-        const unsigned leaves = positions >> position & 1;
-        const unsigned stays = 1 - leaves;
-        const unsigned inOrder = i < fromSettled ? 1 : 0;
-        leaving[count] = static_cast<std::uint8_t>(position);
-        count += leaves;
-        settled += leaves & inOrder;
-        restOrder = order::appended(restOrder, restCount, position & (leaves - 1));
-        restCount += stays;
-        restSettled += stays & inOrder;
-    }
-    const bool wasEmpty = to.count == 0;
-    std::uint64_t toOrder = to.order();
-    unsigned free = to.freePositions();
-    for (unsigned i = 0; i < count; ++i, free &= free - 1) {
-        const unsigned position = leaving[i];
-        const auto target = static_cast<unsigned>(std::countr_zero(free));
-        placeNode(
-            vt,
-            to.entries() + target * vt.entrySize,
-            from.entries() + position * vt.entrySize,
-            placing);
+    const unsigned free = to.freePositions();
+    std::uint8_t targets[bucketMax + 1] = {};
+    unsigned count = 0;
+    for (unsigned left = positions, room = free; left != 0; left &= left - 1, ++count) {
+        const auto position = static_cast<unsigned>(std::countr_zero(left));
+        const auto target = static_cast<unsigned>(std::countr_zero(room));
+        room &= room - 1;
+        targets[position] = static_cast<std::uint8_t>(target);
         to.fingerprints.at[target] = from.fingerprints.at[position];
         to.marks =
             static_cast<std::uint16_t>(to.marks | (from.marks >> position & 1U) << target);
-        toOrder = order::appended(toOrder, to.count + i, target);
         if (placing == Placing::move) from.fingerprints.at[position] = 0;
     }
+    if (order::settled(from.order()) != 0) {
+        const PartedOrder parted(from.order(), positions, targets);
+        if (to.count == 0) to.orderIs(parted.leaving);
+        if (placing == Placing::move) from.orderIs(parted.rest);
+    }
     to.count = (to.count + count) & 15;
-    to.orderIs(wasEmpty ? toOrder | std::uint64_t{settled} << 60 : toOrder);
     if (placing == Placing::move) {
-        from.count = restCount & 15;
+        vt.moveNodes(to.entries(), free, from.entries(), positions);
+        from.count = (from.count - count) & 15;
         from.marks = static_cast<std::uint16_t>(from.marks & ~positions);
-        from.orderIs(restOrder | std::uint64_t{restSettled} << 60);
+        return;
+    }
+    for (unsigned left = positions; left != 0; left &= left - 1) {
+        const auto position = static_cast<unsigned>(std::countr_zero(left));
+        placeNode(
+            vt,
+            to.entries() + targets[position] * vt.entrySize,
+            from.entries() + position * vt.entrySize,
+            placing);
     }
 }
 
@@ -274,7 +288,7 @@ void narrowBucket(const VTable& vt, TriePath& path) noexcept {
         freeLeaf(vt, &from, from.capacity);
         return;
     }
-    if (from.capacity <= 4 || from.count * 5U > from.capacity * 2U) return;
+    if (from.suits(from.count)) return;
     try {
         Bucket& to = newBucket(vt, capacityFor(from.count + 1U));
         to.depth = from.depth;
@@ -298,8 +312,9 @@ void narrowList(const VTable& vt, TriePath& path) noexcept {
 
 void divide(const VTable& vt, TriePath& path, std::uint32_t hash) {
     Bucket& full = bucketOf(path.leaf());
-    std::uint32_t hashes[bucketMax];
+    std::uint32_t hashes[bucketMax + 1];
     vt.hashNodes(full.entries(), full.usedPositions(), hashes);
+    hashes[bucketMax] = hash;
     std::uint32_t differing = 0;
     for (const std::uint32_t other : hashes) differing |= other ^ hash;
     if (differing == 0) {
@@ -309,10 +324,9 @@ void divide(const VTable& vt, TriePath& path, std::uint32_t hash) {
     // The range is divided at the first bit in which its members differ: there both halves have
     // members, and no range on the way there is left with 15 or fewer.
     const unsigned shared = static_cast<unsigned>(std::countl_zero(differing)) + 1;
-    unsigned far = 0;
-    for (unsigned i = 0; i < bucketMax; ++i) {
-        far |= ((hashes[i] ^ hash) >> (hashBits - shared) & 1) << i;
-    }
+    const unsigned ones = bitOfWords(hashes, hashBits - shared);
+    const bool hashIsOne = ones >> bucketMax != 0;
+    const unsigned far = (hashIsOne ? ~ones : ones) & full.usedPositions();
     const unsigned near = full.usedPositions() & ~far;
     const unsigned nearCount = static_cast<unsigned>(std::popcount(near)) + 1;
     // The smaller part moves: the larger one keeps the block, which has room then.
@@ -331,21 +345,8 @@ void divide(const VTable& vt, TriePath& path, std::uint32_t hash) {
         slotOf(nearMoves ? full : moved));
 }
 
-void fetchBuddy(const TriePath& path) noexcept {
-    if (path.level == 0) return;
-    const Slot directory = *path.holders[path.level - 1];
-    const Slot* const slots = directoryOf(directory).slots();
-    const auto index = static_cast<std::size_t>(path.holders[path.level] - slots);
-    for (std::size_t length = 1; length < std::size_t{1} << bitsOf(directory); length *= 2) {
-        const Slot other = slots[index ^ length];
-        if (other == slots[index]) continue;
-        if (isBucket(other)) static_cast<void>(bucketOf(other).order());
-        return;
-    }
-}
-
 Union unionOf(const TriePath& path, unsigned depth, unsigned members) noexcept {
-    Union united{path.level, depth, members, nullptr, false};
+    Union united{path.level, depth, members, nullptr, false, false};
     while (united.level > 0) {
         const Slot directory = *path.holders[united.level - 1];
         if (united.depth == 0) {
@@ -365,6 +366,9 @@ Union unionOf(const TriePath& path, unsigned depth, unsigned members) noexcept {
             // contain nothing else.
             united.buddy = &buddy;
             united.members += buddy.count;
+            united.intoBuddy = bucketOf(path.leaf()).capacity < united.members &&
+                               buddy.capacity >= united.members &&
+                               referenceIsUnique(buddy.references);
         }
         --united.depth;
         united.changes = true;
@@ -373,23 +377,20 @@ Union unionOf(const TriePath& path, unsigned depth, unsigned members) noexcept {
 }
 
 void unite(const VTable& vt, TriePath& path, const Union& united) noexcept {
-    const Slot leaf = path.leaf();
-    Bucket& bucket = bucketOf(leaf);
-    if (united.buddy) {
-        const bool shared = !referenceIsUnique(united.buddy->references);
-        transfer(
-            vt,
-            *united.buddy,
-            united.buddy->usedPositions(),
-            bucket,
-            shared ? Placing::copy : Placing::move);
-        vt.bktHdrRefDec(vt, slotOf(*united.buddy));
+    Bucket* from = united.buddy;
+    Bucket* into = &bucketOf(path.leaf());
+    if (united.intoBuddy) std::swap(from, into);
+    if (from) {
+        const bool shared = !referenceIsUnique(from->references);
+        const Placing placing = shared ? Placing::copy : Placing::move;
+        transfer(vt, *from, from->usedPositions(), *into, placing);
+        vt.bktHdrRefDec(vt, slotOf(*from));
     }
-    bucket.depth = static_cast<std::uint8_t>(united.depth);
+    into->depth = static_cast<std::uint8_t>(united.depth);
     while (path.level > united.level) freeDirectory(vt, *path.holders[--path.level]);
-    path.leaf() = leaf;
-    path.leafIs(leaf);
-    if constexpr (!settlesLate) HashMap2018Generic::settle(vt, bucket);
+    path.leaf() = slotOf(*into);
+    path.leafIs(slotOf(*into));
+    if constexpr (!settlesLate) HashMap2018Generic::settle(vt, *into);
     if (path.level > 0) narrowDirectory(vt, *path.holders[path.level - 1]);
 }
 

@@ -49,13 +49,12 @@ struct Union {
     unsigned level;
     unsigned depth;
     unsigned members;
-    Bucket* buddy;  // joins; null when only empty ranges do
+    Bucket* buddy;   // joins; null when only empty ranges do
+    bool intoBuddy;  // which has room for all, while the leaf has not
     bool changes;
 };
-// Reads the header of the bucket that may join, without waiting for it.
-void fetchBuddy(const TriePath& path) noexcept;
 Union unionOf(const TriePath& path, unsigned depth, unsigned members) noexcept;
-// The path ends with it. REQUIRES: the bucket has the capacity.
+// The path ends with it. REQUIRES: the bucket has the capacity, or the buddy takes all.
 void unite(const VTable& vt, TriePath& path, const Union& united) noexcept;
 
 CollisionList& listWithRoom(const VTable& vt, TriePath& path);

@@ -88,21 +88,24 @@ class Validator {
         ZIN_ASSERT((bucket.marks & ~used) == 0, source);
         ZIN_ASSERT(order::settled(order) <= bucket.count, source);
         ZIN_ASSERT(settlesLate || bucket.settled(), source);
-        unsigned seen = 0;
-        const char* before = nullptr;
-        for (unsigned i = 0; i < bucket.count; ++i) {
-            const unsigned position = order::position(order, i);
+        for (unsigned left = used; left != 0; left &= left - 1) {
+            const auto position = static_cast<unsigned>(std::countr_zero(left));
             const char* const node = bucket.entries() + position * vt_.entrySize;
-            seen |= 1U << position;
             std::uint32_t hash = 0;
             vt_.hashNodes(node, 1, &hash);
             hashAgrees(hash, shared, prefix);
             ZIN_ASSERT(bucket.fingerprints.at[position] == fingerprintOf(hash), source);
-            if (i > 0 && i < order::settled(order)) ascending(before, node);
+        }
+        const unsigned settled = order::settled(order);
+        const char* before = nullptr;
+        for (unsigned i = 0; i < settled; ++i) {
+            const char* const node =
+                bucket.entries() + order::position(order, i) * vt_.entrySize;
+            if (i > 0) ascending(before, node);
             before = node;
         }
-        ZIN_ASSERT(seen == used, source);
-        ZIN_ASSERT((order & order::positions) >> 4 * bucket.count == 0, source);
+        ZIN_ASSERT((order::positionsIn(order) & ~used) == 0, source);
+        ZIN_ASSERT((order & order::positions) >> 4 * settled == 0, source);
         return {bucket.count, static_cast<unsigned>(std::popcount(bucket.marks))};
     }
 
