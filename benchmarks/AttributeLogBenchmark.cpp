@@ -28,6 +28,7 @@ using Zin::NboAttrLog::Connection;
 using Zin::NboAttrLog::Exports;
 using Zin::NboAttrLog::In;
 using Zin::NboAttrLog::Observer;
+using Zin::NboAttrLog::wordAt;
 using Bytes = std::vector<std::byte>;
 using Tunnel::TunnelTable::TunnelId;
 
@@ -427,9 +428,9 @@ void decode(benchmark::State& state) {
         [&](Nothing) {
             std::span<const std::byte> left(bytes);
             while (!left.empty()) {
-                In header(left.first(8));
-                const auto size = header.next<std::uint32_t>();
-                if (header.next<std::uint32_t>() != Records::attribute) std::abort();
+                // As a connection does it.
+                const auto size = wordAt<std::uint32_t>(left.data());
+                if (wordAt<std::uint32_t>(left.data() + 4) != Records::attribute) std::abort();
                 In in(left.subspan(8, size));
                 typename Records::Key key;
                 const auto value = Records::next(in, key);

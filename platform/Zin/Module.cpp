@@ -50,12 +50,7 @@ bool ZinTypeBase::isDerived(const ZinTypeBase& base) const noexcept {
     return false;
 }
 
-const AttributeInfo* EntityTypeInfo::attribute(AttributeId id) const noexcept {
-    // Mostly the ids follow each other from the first on.
-    if (!attributes.empty() && id - attributes.front().id < attributes.size()) {
-        const AttributeInfo& likely = attributes[id - attributes.front().id];
-        if (likely.id == id) return &likely;
-    }
+const AttributeInfo* EntityTypeInfo::attributeAmongAll(AttributeId id) const noexcept {
     const auto at = std::lower_bound(
         attributes.begin(),
         attributes.end(),

@@ -183,9 +183,22 @@ struct EntityTypeInfo {
         const Ptr<const Quib::DumpContext>& context,
         unsigned indent);
 
-    // The attribute with this id or this name, or null. Logarithmic, and linear.
-    ZIN_EXPORT const AttributeInfo* attribute(AttributeId id) const noexcept;
+    // The attribute with this id or this name, or null. Mostly constant, at most logarithmic,
+    // and linear.
+    const AttributeInfo* attribute(AttributeId id) const noexcept {
+        // What a type adds to its base stands at the end, mostly under ids in a row.
+        const std::size_t behind = attributes.empty() ? 0 : attributes.back().id - id;
+        if (behind < attributes.size()) [[likely]] {
+            const AttributeInfo& guess = attributes[attributes.size() - 1 - behind];
+            if (guess.id == id) [[likely]] {
+                return &guess;
+            }
+        }
+        return attributeAmongAll(id);
+    }
     ZIN_EXPORT const AttributeInfo* attribute(std::string_view name) const noexcept;
+
+    ZIN_EXPORT const AttributeInfo* attributeAmongAll(AttributeId id) const noexcept;
 };
 
 // A type of a module: one of the two is null.

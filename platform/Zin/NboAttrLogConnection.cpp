@@ -15,8 +15,12 @@ constexpr std::size_t maxFailureText = 512;
 // Of names of attributes that were skipped: each is told once.
 constexpr std::size_t maxSkippedNames = 4096;
 
-std::uint32_t wordAt(std::span<const std::byte> bytes, std::size_t at) {
-    return In(bytes.subspan(at)).nextU32();
+// Of a message whose header is there.
+std::uint32_t sizeOf(std::span<const std::byte> message) {
+    return wordAt<std::uint32_t>(message.data());
+}
+std::uint32_t idOf(std::span<const std::byte> message) {
+    return wordAt<std::uint32_t>(message.data() + 4);
 }
 
 bool isWithin(const Entity& entity, const Entity& root) {
@@ -181,7 +185,7 @@ void Connection::feed(std::span<const std::byte> bytes) {
     }
     while (!closed() && bytes.size() >= headerSize) {
         if (!fits(bytes)) return;
-        const std::size_t size = wordAt(bytes, 0);
+        const std::size_t size = sizeOf(bytes);
         if (bytes.size() < headerSize + size) return;
         const std::span<const std::byte> whole = bytes.first(headerSize + size);
         bytes = bytes.subspan(whole.size());
@@ -191,7 +195,7 @@ void Connection::feed(std::span<const std::byte> bytes) {
 
 // Whether the message that begins here is one that this side takes; otherwise the stream ends.
 bool Connection::fits(std::span<const std::byte> header) {
-    const std::size_t size = wordAt(header, 0);
+    const std::size_t size = sizeOf(header);
     if (size <= options_.maxMessage) return true;
     fail(
         StreamErrorKind::oversized,
@@ -217,7 +221,7 @@ bool Connection::takePartial(std::span<const std::byte>& bytes) {
     try {
         if (!complete(headerSize)) return false;
         if (!fits(partial_)) return false;
-        const std::size_t size = wordAt(partial_, 0);
+        const std::size_t size = sizeOf(partial_);
         if (!complete(headerSize + size)) return false;
         // More than one message waits here when a reactor threw.
         if (partial_.size() == headerSize + size) {
@@ -252,7 +256,7 @@ void Connection::takeMessage(std::span<const std::byte> whole) {
     const std::uint64_t start = position_;
     position_ += whole.size();
     ++counters_.messagesIn;
-    const std::uint32_t id = wordAt(whole, 4);
+    const std::uint32_t id = idOf(whole);
     In in(whole.subspan(headerSize));
     try {
         if (!greeted_ && id != static_cast<std::uint32_t>(MessageId::hello)) {
