@@ -36,6 +36,44 @@ class ZIN_EXPORT DecodeException : public Exception {
     std::size_t position_;
 };
 
+namespace detail {
+
+// The fields of one type that follow each other and have a fixed size each.
+struct FieldRun {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    std::size_t bytes = 0;
+
+    constexpr bool has(std::size_t index) const { return begin <= index && index < end; }
+};
+
+template <class T, class Field>
+consteval std::size_t indexOfField() {
+    std::size_t index = 0;
+    bool found = false;
+    describe::schemaOf<T>.forEach([&](auto field) {
+        found = found || std::same_as<decltype(field), Field>;
+        if (!found) ++index;
+    });
+    return index;
+}
+
+// The run that contains the field.
+template <class T, class Field>
+consteval FieldRun runOf() {
+    FieldRun run;
+    std::size_t index = 0;
+    describe::schemaOf<T>.forEach([&](auto field) {
+        constexpr std::size_t bytes = fixedSize<typename decltype(field)::Value>;
+        if (bytes == 0 && index < indexOfField<T, Field>()) run = {index + 1, index + 1, 0};
+        if (bytes != 0 && run.end == index) run = {run.begin, index + 1, run.bytes + bytes};
+        ++index;
+    });
+    return run;
+}
+
+}  // namespace detail
+
 class ZIN_EXPORT In {
   public:
     // REQUIRES: the payload outlives this object.
@@ -94,6 +132,8 @@ class ZIN_EXPORT In {
     T nextWhole();
     template <class T>
     T nextByFields();
+    template <detail::FieldRun run, class T>
+    void nextRun(T& value);
     std::size_t positionOf(const std::byte* at) const {
         return static_cast<std::size_t>(at - payload_.data());
     }
@@ -156,12 +196,40 @@ template <class T>
     return value;
 }
 
+// What is left is checked once for each run of fields of a fixed size.
 template <class T>
 T In::nextByFields() {
     T value;
-    describe::schemaOf<T>.forEach(
-        [&](auto field) { field.in(value) = next<typename decltype(field)::Value>(); });
+    describe::schemaOf<T>.forEach([&](auto first) {
+        using First = decltype(first);
+        if constexpr (fixedSize<typename First::Value> == 0) {
+            first.in(value) = next<typename First::Value>();
+        } else {
+            constexpr detail::FieldRun run = detail::runOf<T, First>();
+            if constexpr (run.begin == detail::indexOfField<T, First>()) nextRun<run>(value);
+        }
+    });
     return value;
+}
+
+template <detail::FieldRun run, class T>
+[[gnu::always_inline]] inline void In::nextRun(T& value) {
+    const auto forEachInRun = [](auto&& visit) __attribute__((always_inline)) {
+        describe::schemaOf<T>.forEach([&](auto field) __attribute__((always_inline)) {
+            if constexpr (run.has(detail::indexOfField<T, decltype(field)>())) visit(field);
+        });
+    };
+    if (left() < run.bytes) [[unlikely]] {
+        // One of the fields will say so.
+        forEachInRun(
+            [&](auto field) { field.in(value) = next<typename decltype(field)::Value>(); });
+        return;
+    }
+    const std::byte* at = payload_.data() + at_;
+    forEachInRun([&](auto field) __attribute__((always_inline)) {
+        field.in(value) = nextFixed<typename decltype(field)::Value>(at);
+    });
+    at_ = positionOf(at);
 }
 
 template <class T>
@@ -228,7 +296,6 @@ T In::next() {
                 return nextWhole<T>();
             }
         }
-        // Where bytes are missing, one of the fields will say so.
         return nextByFields<T>();
     }
 }
