@@ -21,6 +21,9 @@ function(corra_layer name)
         add_library(${name} OBJECT ${sources})
         set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
         target_link_libraries(${name} PRIVATE corra_warnings)
+        # Nobody replaces single functions of the library: calls within it may be inlined.
+        target_compile_options(${name} PRIVATE
+            $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
         # Standard since C++14, but off by default before clang 19.
         target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-fsized-deallocation>)
         set(scope PUBLIC)

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <concepts>
+#include <type_traits>
 
 #include "describe/Schema.h"
 
@@ -29,10 +30,20 @@ concept HashedValue = Value<T> && !requires {
     requires !T::hashed;
 };
 
-// Field by field, in the order of declaration.
+// Field by field; those that lie in the value itself first, as others may wait for memory.
 template <Value T>
 constexpr bool operator==(const T& a, const T& b) {
-    return schemaOf<T>.all([&](auto field) { return field.in(a) == field.in(b); });
+    const auto equalWhere = [&]<bool inValue>(std::bool_constant<inValue>) {
+        return schemaOf<T>.all([&](auto field) {
+            using Field = typename decltype(field)::Value;
+            if constexpr (std::is_trivially_copyable_v<Field> == inValue) {
+                return field.in(a) == field.in(b);
+            } else {
+                return true;
+            }
+        });
+    };
+    return equalWhere(std::true_type()) && equalWhere(std::false_type());
 }
 
 // The first field that differs decides, with its own order.

@@ -27,6 +27,7 @@
 
 #include "Zin/AllocTrack.h"
 #include "Zin/Export.h"
+#include "Zin/Fetch.h"
 #include "Zin/HashMap2018Core.h"
 #include "Zin/HashMap2018Iterator.h"
 #include "Zin/HashMap2018Node.h"
@@ -137,6 +138,13 @@ class ZIN_EXPORT HashMap2018 {
         if (range.next != 0) hashed::fetchLeaf(vt_, range.next);
         hashed::Chunk chunk = hashed::firstChunkFrom(vt_, range, from);
         for (;;) {
+            if constexpr (keepsElsewhere<K>() || keepsElsewhere<V>()) {
+                for (hashed::Chunk all = chunk; all.left > 0;) {
+                    const Node& node = nodeAt(all.take(sizeof(Node)));
+                    if constexpr (!Coll::keyInsideValue) fetchKept(node.key());
+                    if constexpr (!isSet) fetchKept(node.value());
+                }
+            }
             while (chunk.left > 0) f(nodeAt(chunk.take(sizeof(Node))));
             if (chunk.listLeft == 0) return range.end;
             chunk = hashed::nextChunk(vt_, chunk);

@@ -12,6 +12,7 @@
 
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -55,9 +56,9 @@ class RbTreeMap {
     Member* lookup(const K& key) const noexcept {
         RbTreeNode* at = core_.root();
         while (at) {
-            const Node& node = nodeOf(*at);
-            if (key == Coll::keyOf(node)) break;
-            at = below(*at, key < Coll::keyOf(node));
+            const auto where = compared(key, *at);
+            if (where == 0) break;
+            at = below(*at, where < 0);
         }
         return memberOf(at);
     }
@@ -180,15 +181,27 @@ class RbTreeMap {
         return left ? RbTreeMapGeneric::leftOf(node) : RbTreeMapGeneric::rightOf(node);
     }
 
+    // Where a comparison reads memory, one per node; else two, which processors overlap.
+    static std::weak_ordering compared(const K& key, RbTreeNode& node) noexcept {
+        const auto& other = Coll::keyOf(nodeOf(node));
+        if constexpr (std::three_way_comparable<K> && !std::is_trivially_copyable_v<K>) {
+            return key <=> other;
+        } else {
+            return key == other  ? std::weak_ordering::equivalent
+                   : key < other ? std::weak_ordering::less
+                                 : std::weak_ordering::greater;
+        }
+    }
+
     Found find(const K& key) const noexcept {
         Found found;
         for (RbTreeNode* at = core_.root(); at; at = below(*at, found.place.left)) {
-            const Node& node = nodeOf(*at);
-            if (key == Coll::keyOf(node)) {
+            const auto where = compared(key, *at);
+            if (where == 0) {
                 found.node = at;
                 break;
             }
-            found.place = {at, key < Coll::keyOf(node)};
+            found.place = {at, where < 0};
         }
         return found;
     }
@@ -196,10 +209,9 @@ class RbTreeMap {
     Member* bound(const K& key, bool included) const noexcept {
         RbTreeNode* best = nullptr;
         for (RbTreeNode* at = core_.root(); at;) {
-            const Node& node = nodeOf(*at);
-            const bool equal = key == Coll::keyOf(node);
-            if (equal && included) return memberOf(at);
-            const bool left = !equal && key < Coll::keyOf(node);
+            const auto where = compared(key, *at);
+            if (where == 0 && included) return memberOf(at);
+            const bool left = where < 0;
             if (left) best = at;
             at = below(*at, left);
         }
@@ -210,13 +222,14 @@ class RbTreeMap {
         return memberOf(RbTreeMapGeneric::next(node));
     }
 
-    void link(const Found& found, const Ptr<Node>& node) noexcept {
-        core_.memberNewChild(vt_, found.place, *node);
+    void link(const Found& found, Ptr<Node> node) noexcept {
+        core_.memberNewChild(found.place, *node);
+        static_cast<void>(node.release());
     }
     Ptr<Node> unlink(Member* member) noexcept {
-        Ptr<Node> node(const_cast<Node*>(member));
-        if (node) core_._memberDelG(vt_, *node);
-        return node;
+        if (!member) return {};
+        core_._memberDelG(*member);
+        return Ptr<Node>::adopted(const_cast<Node*>(member));
     }
     Put overwrite(RbTreeNode& found, const auto& _value) {
         Node& node = nodeOf(found);

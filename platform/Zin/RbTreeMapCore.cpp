@@ -38,12 +38,8 @@ void RbTreeMapGeneric::assertDupKey(const RbTreeNode* memberWithSameKey) noexcep
     ZIN_ASSERT(memberWithSameKey == nullptr, "RbTreeMapGeneric");
 }
 
-void RbTreeMapGeneric::memberNewChild(
-    const RbTreeMapVTable& vt,
-    Place place,
-    RbTreeNode& node) noexcept {
+void RbTreeMapGeneric::memberNewChild(Place place, RbTreeNode& node) noexcept {
     ZIN_ASSERT(!node.linked(), "RbTreeMapGeneric");
-    vt.object(node).ptrInc();
     node.parentAndFlags_ = RbTreeNode::linkedFlag | RbTreeNode::redFlag;
     node.aboveIs(place.parent);
     if (!place.parent) {
@@ -56,7 +52,8 @@ void RbTreeMapGeneric::memberNewChild(
     ++changes_;
 }
 
-void RbTreeMapGeneric::_memberDelG(const RbTreeMapVTable& vt, RbTreeNode& node) noexcept {
+void RbTreeMapGeneric::_memberDelG(const RbTreeNode& member) noexcept {
+    RbTreeNode& node = const_cast<RbTreeNode&>(member);
     RbTreeNode* child;   // takes the place that is vacated; may be none
     RbTreeNode* parent;  // of that place
     bool removedRed;
@@ -91,8 +88,6 @@ void RbTreeMapGeneric::_memberDelG(const RbTreeMapVTable& vt, RbTreeNode& node) 
     node.clearLinks();
     --members_;
     ++changes_;
-    // Last: its end may look at this tree.
-    vt.object(node).ptrDec();
 }
 
 void RbTreeMapGeneric::replaceChild(

@@ -88,11 +88,12 @@ class ZIN_EXPORT RbTreeMapGeneric {
     RbTreeNode* first() const noexcept;
     // REQUIRES of both: the node is in this tree.
     static RbTreeNode* next(const RbTreeNode& node) noexcept;
-    void _memberDelG(const RbTreeMapVTable& vt, RbTreeNode& node) noexcept;
+    // Unlinks the node. The reference that the tree had is the caller's now.
+    void _memberDelG(const RbTreeNode& node) noexcept;
 
-    // Links a new node and takes a reference to it.
+    // Links a new node. The tree takes over a reference of the caller.
     // REQUIRES: the place is empty and in key order; no tree holds the node.
-    void memberNewChild(const RbTreeMapVTable& vt, Place place, RbTreeNode& node) noexcept;
+    void memberNewChild(Place place, RbTreeNode& node) noexcept;
     // A second node with the same key is a fatal error.
     static void assertDupKey(const RbTreeNode* memberWithSameKey) noexcept;
     // The tree is empty before the first reference is dropped.

@@ -90,6 +90,9 @@ class ZIN_EXPORT String {
 
     explicit operator bool() const noexcept { return !empty(); }
 
+    // Brings the characters nearer without waiting for them.
+    void fetch() const noexcept { __builtin_prefetch(storage_); }
+
     friend bool operator==(const String& a, const String& b) noexcept {
         return a.storage_ == b.storage_ || a.view() == b.view();
     }
