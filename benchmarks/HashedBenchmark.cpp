@@ -20,15 +20,22 @@ const Sizes sizes = {1000, 65536, 1000000};
 
 template <class C>
 void addBasic(const std::string& group, const std::string& who) {
-    Adder(group, who, sizes)("Hit", hit<C>)("Miss", miss<C>)("Insert", insert<C>)(
-        "EraseInsert",
-        eraseInsert<C>)("Iterate", iterate<C>)("Memory", memory<C>, 1);
+    const Adder at(group, who, sizes);
+    at("Hit", hit<C>);
+    at("Miss", miss<C>);
+    at("Insert", insert<C>);
+    at("EraseInsert", eraseInsert<C>);
+    at("Iterate", iterate<C>);
+    at("IterateFirst", iterateFirst<C>);
+    at("Memory", memory<C>, 1);
 }
 template <class C>
 void add(const std::string& group, const std::string& who) {
-    Adder(group, who, sizes)("Copy", copy<C>)("CopyChange", copyAndChange<C>);
-    Adder(group, who, {1000000})("WorstInsert", worstInsert<C>, 3);
     addBasic<C>(group, who);
+    const Adder at(group, who, sizes);
+    at("Copy", copy<C>);
+    at("CopyChange", copyAndChange<C>);
+    Adder(group, who, {1000000})("WorstInsert", worstInsert<C>, 3);
 }
 
 template <class K>

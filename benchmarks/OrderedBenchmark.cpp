@@ -17,10 +17,13 @@ using namespace bench;
 
 template <class C>
 void add(const std::string& group, const std::string& who, const Sizes& sizes) {
-    Adder(group, who, sizes)("Hit", hit<C>)(
-        "Miss",
-        miss<
-            C>)("Insert", insert<C>)("Erase", erase<C>)("Iterate", iterate<C>)("Memory", memory<C>, 1);
+    const Adder at(group, who, sizes);
+    at("Hit", hit<C>);
+    at("Miss", miss<C>);
+    at("Insert", insert<C>);
+    at("Erase", erase<C>);
+    at("Iterate", iterate<C>);
+    at("Memory", memory<C>, 1);
 }
 
 template <class K>

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 
 #include "Containers.h"
 #include "Keys.h"
@@ -15,27 +16,25 @@ using Word = std::uint64_t;
 const Sizes sizes = {1000, 3162, 10000, 31623, 100000, 316228, 1000000};
 
 template <class C>
-void addHashed(const std::string& who) {
-    Adder("ScaleHashed", who, sizes)("Hit", hit<C>)("Miss", miss<C>)("Insert", insert<C>)(
-        "Erase",
-        erase<C>)("Iterate", iterate<C>)("Copy", copy<C>)("CopyChange", copyAndChange<C>)(
-        "Memory",
-        memory<C>,
-        1);
-}
-template <class C>
-void addOrdered(const std::string& who) {
-    Adder("ScaleOrdered", who, sizes)("Hit", hit<C>)(
-        "Miss",
-        miss<
-            C>)("Insert", insert<C>)("Erase", erase<C>)("Iterate", iterate<C>)("Memory", memory<C>, 1);
+void add(const std::string& group, const std::string& who) {
+    const Adder at(group, who, sizes);
+    at("Hit", hit<C>);
+    at("Miss", miss<C>);
+    at("Insert", insert<C>);
+    at("Erase", erase<C>);
+    at("Iterate", iterate<C>);
+    at("Memory", memory<C>, 1);
+    if constexpr (std::is_copy_constructible_v<C>) {
+        at("Copy", copy<C>);
+        at("CopyChange", copyAndChange<C>);
+    }
 }
 
 [[maybe_unused]] const bool added = [] {
-    addHashed<Hashed<Word, Value48>>("Corra");
-    addHashed<Absl<Word, Value48>>("Absl");
-    addOrdered<Ordered<Word, Value48>>("Corra");
-    addOrdered<StdMap<Word, Value48>>("Std");
+    add<Hashed<Word, Value48>>("ScaleHashed", "Corra");
+    add<Absl<Word, Value48>>("ScaleHashed", "Absl");
+    add<Ordered<Word, Value48>>("ScaleOrdered", "Corra");
+    add<StdMap<Word, Value48>>("ScaleOrdered", "Std");
     return true;
 }();
 
