@@ -32,10 +32,11 @@ def _script(path, title, unit, series):
     lines = [
         "set terminal svg size 760,460 font 'sans-serif,12' background '#ffffff'",
         f"set output '{path}'",
-        f"set title '{title}'",
+        f"set title '{title}' noenhanced",
         "set xlabel 'members'",
         f"set ylabel '{unit}'",
         "set logscale xy",
+        "set xrange [800:1.25e6]",
         "set format x '10^{%L}'",
         "set format y '10^{%L}'" if unit.startswith("time") else "unset logscale y; set yrange [0:*]",
         "set grid xtics ytics lc rgb '#dddddd'",
