@@ -2,8 +2,8 @@
 // beside Protocol Buffers, in one run. Records are those of two collections: the pseudowires of
 // a VPLS group (33 bytes as a message) and encapsulations (64 bytes, with a string).
 //
-// encode: all members of a collection, from a peer's request on. decode: from the bytes to
-// values. apply: from the bytes to members of a mirror, growing from empty, beside inserting
+// Encode: all members of a collection, from a peer's request on. Decode: from the bytes to
+// values. Apply: from the bytes to members of a mirror, growing from empty, beside inserting
 // the decoded values into a bare collection. ns/op is per member.
 
 #include <benchmark/benchmark.h>
@@ -522,22 +522,23 @@ void applyToBareCollection(benchmark::State& state) {
 template <class Records>
 void add(const std::string& records) {
     const auto each = [&](const std::string& what, const char* who, auto run) {
-        benchmark::RegisterBenchmark((what + '/' + records + '/' + who).c_str(), run)
+        const std::string name = "AttributeLog/" + what + records + '/' + who + '/';
+        benchmark::RegisterBenchmark((name + std::to_string(members)).c_str(), run)
             ->UseManualTime();
     };
-    each("encode", "attribute log", encode<Records>);
-    each("encode", "by hand", encodeByHand<Records>);
-    each("encode", "protobuf", encodeProtobuf<Records>);
-    each("decode", "attribute log", decode<Records>);
-    each("decode", "by hand", decodeByHand<Records>);
-    each("decode", "protobuf", decodeProtobuf<Records>);
-    each("apply", "attribute log", apply<Records>);
-    each("apply", "the bare collection", applyToBareCollection<Records>);
+    each("Encode", "Corra", encode<Records>);
+    each("Encode", "ByHand", encodeByHand<Records>);
+    each("Encode", "Protobuf", encodeProtobuf<Records>);
+    each("Decode", "Corra", decode<Records>);
+    each("Decode", "ByHand", decodeByHand<Records>);
+    each("Decode", "Protobuf", decodeProtobuf<Records>);
+    each("Apply", "Corra", apply<Records>);
+    each("Apply", "BareCollection", applyToBareCollection<Records>);
 }
 
 [[maybe_unused]] const bool added = [] {
-    add<VplsPseudowires>("25 bytes");
-    add<Encapsulations>("64 bytes");
+    add<VplsPseudowires>("25");
+    add<Encapsulations>("64");
     return true;
 }();
 

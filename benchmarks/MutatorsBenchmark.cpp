@@ -81,7 +81,7 @@ void unchanged(benchmark::State& state) {
     config->mtuIs(1500);
     for (auto _ : state) setMtu(*config, 1500);
 }
-BENCHMARK(unchanged)->Name("set/unchanged/Config");
+BENCHMARK(unchanged)->Name("Mutators/SetUnchanged/Corra/1");
 
 void unchangedByHand(benchmark::State& state) {
     ByHand byHand;
@@ -90,7 +90,7 @@ void unchangedByHand(benchmark::State& state) {
     byHand.mtuIs(1500);
     for (auto _ : state) byHand.mtuIs(1500);
 }
-BENCHMARK(unchangedByHand)->Name("set/unchanged/by hand");
+BENCHMARK(unchangedByHand)->Name("Mutators/SetUnchanged/ByHand/1");
 
 void changed(benchmark::State& state) {
     const auto config = Pseudowire::configFactory("pw");
@@ -101,7 +101,7 @@ void changed(benchmark::State& state) {
         state.SkipWithError("the reactor was not told");
     }
 }
-BENCHMARK(changed)->Name("set/changed/Config");
+BENCHMARK(changed)->Name("Mutators/SetChanged/Corra/1");
 
 void changedByHand(benchmark::State& state) {
     ByHand byHand;
@@ -110,7 +110,7 @@ void changedByHand(benchmark::State& state) {
     std::uint32_t mtu = 1500;
     for (auto _ : state) byHand.mtuIs(mtu ^= 1);
 }
-BENCHMARK(changedByHand)->Name("set/changed/by hand");
+BENCHMARK(changedByHand)->Name("Mutators/SetChanged/ByHand/1");
 
 void changedBySignal(benchmark::State& state) {
     WithSignal signal;
@@ -120,7 +120,7 @@ void changedBySignal(benchmark::State& state) {
     for (auto _ : state) signal.mtuIs(mtu ^= 1);
     benchmark::DoNotOptimize(counter.calls);
 }
-BENCHMARK(changedBySignal)->Name("set/changed/boost::signals2");
+BENCHMARK(changedBySignal)->Name("Mutators/SetChanged/BoostSignals2/1");
 
 // --- A member of a collection, without reactors ---
 
@@ -155,7 +155,7 @@ void memberSet(benchmark::State& state) {
         }
     }
 }
-BENCHMARK(memberSet)->Name("member/changed/Status");
+BENCHMARK(memberSet)->Name("Mutators/MemberSet/Corra/1000");
 
 void memberPut(benchmark::State& state) {
     Pseudowire::Status::EncapAdjacencyMap map;
@@ -171,6 +171,6 @@ void memberPut(benchmark::State& state) {
         }
     }
 }
-BENCHMARK(memberPut)->Name("member/changed/the bare collection");
+BENCHMARK(memberPut)->Name("Mutators/MemberSet/BareCollection/1000");
 
 }  // namespace
