@@ -1,4 +1,5 @@
-// Configures the pseudowires that are named as NAME=ADDRESS:ID, and prints what the entity holds.
+// Configures the pseudowires that are named as NAME=ADDRESS:ID, and prints what the entity
+// holds.
 
 #include <exception>
 #include <iostream>
