@@ -47,6 +47,7 @@ class ZIN_EXPORT IntfConfig : public frame::EntityOf<IntfConfig, Vorn::IntfId> {
     Zin::String description_;
 };
 
+// The configuration of an Ethernet interface, which adds nothing to that of any.
 class ZIN_EXPORT EthIntfConfig : public frame::DerivedOf<EthIntfConfig, IntfConfig> {
   public:
     struct Notifiee : frame::NotifieeOf<EthIntfConfig, IntfConfig> {

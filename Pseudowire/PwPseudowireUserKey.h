@@ -26,6 +26,7 @@ namespace Pseudowire {
 
 class PseudowireUserKey : public Zin::Value<PseudowireUserKey> {
   public:
+    // What uses the pseudowire, which decides what else the key holds.
     enum class UserType : std::uint8_t {
         patchLdpConnector,      // RFC 8077
         patchBgpVpwsConnector,  // RFC 8214

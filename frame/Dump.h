@@ -43,8 +43,10 @@ enum class DumpStyle : std::uint8_t {
 // hold what would spoil the line.
 ZIN_EXPORT Zin::String dumpText(const Zin::ValueInfo& type, const void* value);
 
+// The same for a string.
 ZIN_EXPORT Zin::String dumpText(std::string_view text);
 
+// The same for a value of a known type.
 template <class T>
 requires(!std::convertible_to<const T&, std::string_view>) Zin::String
     dumpText(const T& value) {
@@ -54,12 +56,14 @@ requires(!std::convertible_to<const T&, std::string_view>) Zin::String
 // The lines of a dump at one depth. Refers to the context that it was made with.
 class ZIN_EXPORT Dump {
   public:
+    // Lines behind `indent` blanks.
     Dump(
         const Quib::DumpContextPtr& context,
         unsigned indent,
         DumpStyle style = DumpStyle::plain)
         : context_(context), indent_(indent), style_(style) {}
 
+    // How it writes attributes.
     DumpStyle style() const { return style_; }
     // One level deeper.
     Dump nested() const { return Dump(context_, indent_ + 2, style_); }
@@ -82,6 +86,7 @@ class ZIN_EXPORT Dump {
     }
 
     // --- Child entities ---
+    // Of its own type.
     template <class Child>
     void child(const Child* child) const {
         Quib::ObjDumpChild(child, context_, indent_);

@@ -53,6 +53,7 @@ template <class T>
 class NotifieeOf<T, void> : public Zin::Notifiee {
   public:
     NotifieeOf() = default;
+    // Observes the entity from now on.
     explicit NotifieeOf(const Zin::Ptr<T>& entity) { notifierIs(entity); }
 
     // Observes the entity from now on, and what was observed before no longer; null ends it.
@@ -66,6 +67,7 @@ class NotifieeOf<T, void> : public Zin::Notifiee {
     T* notifier() const noexcept { return registered() ? notifier_ : nullptr; }
 
   protected:
+    // Calls the callback that the schema names.
     void onAttribute(AttributeId id, const void* key) override {
         (void)detail::tellBySchema<T>(*this, id, key);
     }
@@ -78,12 +80,16 @@ template <class T, class Base>
 class NotifieeOf : public Base::Notifiee {
   public:
     NotifieeOf() = default;
+    // Observes the entity from now on.
     explicit NotifieeOf(const Zin::Ptr<T>& entity) { notifierIs(entity); }
 
+    // Observes the entity from now on, and what was observed before no longer; null ends it.
     void notifierIs(const Zin::Ptr<T>& entity) { Base::Notifiee::notifierIs(entity); }
+    // The observed entity, or null when there is none or it has gone. Holds no reference to it.
     T* notifier() const noexcept { return static_cast<T*>(Base::Notifiee::notifier()); }
 
   protected:
+    // Calls the callback that the schema names, or that of the base.
     void onAttribute(AttributeId id, const void* key) override {
         if (!detail::tellBySchema<T>(*this, id, key)) Base::Notifiee::onAttribute(id, key);
     }
@@ -156,9 +162,11 @@ class AttachedTo final : public Zin::Notifiee {
 class Attachment {
   public:
     Attachment() = default;
+    // Made by attach().
     explicit Attachment(std::unique_ptr<Zin::Notifiee, void (*)(Zin::Notifiee*)> notifiee)
         : notifiee_(std::move(notifiee)) {}
 
+    // Ends the attachment before its time.
     void end() noexcept { notifiee_.reset(); }
 
   private:

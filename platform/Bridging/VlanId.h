@@ -33,9 +33,12 @@ ZIN_EXPORT std::uint16_t vlanNumberNext(
 template <bool anyAllowed, bool noneAllowed>
 class VlanNumber : public Zin::Value<VlanNumber<anyAllowed, noneAllowed>> {
   public:
+    // The least and the greatest number that text may hold.
     static constexpr std::uint16_t least = noneAllowed ? 0 : 1;
+    // The greatest number that text may hold.
     static constexpr std::uint16_t most = anyAllowed ? 4095 : 4094;
 
+    // The qualified name of the type.
     static constexpr std::string_view typeName() {
         if (anyAllowed)
             return noneAllowed ? "Bridging::VlanIdOrAnyOrNone" : "Bridging::VlanIdOrAny";
@@ -63,9 +66,13 @@ class VlanNumber : public Zin::Value<VlanNumber<anyAllowed, noneAllowed>> {
     std::uint16_t value_ = 0;
 };
 
+// 1 to 4094.
 using VlanId = VlanNumber<false, false>;
+// 0 to 4094; 0 is no tag.
 using VlanIdOrNone = VlanNumber<false, true>;
+// 1 to 4095; 4095 is any tag.
 using VlanIdOrAny = VlanNumber<true, false>;
+// 0 to 4095; 0 is no tag, 4095 is any.
 using VlanIdOrAnyOrNone = VlanNumber<true, true>;
 
 }  // namespace Bridging

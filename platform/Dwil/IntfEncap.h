@@ -21,6 +21,7 @@ namespace Dwil {
 
 class IntfEncap : public Zin::Value<IntfEncap> {
   public:
+    // A VLAN tag, any, or none.
     using Tag = Bridging::VlanIdOrAnyOrNone;
 
     static consteval auto schema() {
@@ -32,6 +33,7 @@ class IntfEncap : public Zin::Value<IntfEncap> {
     }
 
     constexpr IntfEncap() = default;
+    // The fields in the order of their declaration.
     constexpr explicit IntfEncap(Vorn::IntfId intfId, Tag outerTag = {}, Tag innerTag = {})
         : intfId_(intfId), outerTag_(outerTag), innerTag_(innerTag) {}
 

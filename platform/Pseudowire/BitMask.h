@@ -36,6 +36,7 @@ ZIN_EXPORT std::uint32_t bitsTextNext(
 template <describe::DescribedEnum Bit>
 class BitMask : public Zin::Value<BitMask<Bit>> {
   public:
+    // What the mask is stored in.
     using Number = std::underlying_type_t<Bit>;
 
     static consteval auto schema() {
@@ -48,7 +49,9 @@ class BitMask : public Zin::Value<BitMask<Bit>> {
     constexpr Number value() const { return value_; }
     constexpr void valueIs(Number value) { value_ = value; }
 
+    // Whether the bit is set.
     constexpr bool bit(Bit bit) const { return (value_ & static_cast<Number>(bit)) != 0; }
+    // Sets or clears the bit.
     constexpr void bitIs(Bit bit, bool set) {
         const Number mask = static_cast<Number>(bit);
         value_ = static_cast<Number>(set ? value_ | mask : value_ & ~mask);

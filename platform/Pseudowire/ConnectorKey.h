@@ -56,17 +56,21 @@ class ConnectorKey : public Zin::Value<ConnectorKey> {
           vpwsName_(std::move(vpwsName)),
           localIntfId_(localIntfId) {}
 
+    // Becomes the key of a local connector: an interface.
     void localConnectorKeyIs(Vorn::IntfId localIntfId) {
         *this = ConnectorKey(ConnectorType::local_, {}, {}, localIntfId);
     }
+    // Becomes the key of an LDP connector, by its name.
     void ldpConnectorKeyIs(Zin::String name) {
         *this = ConnectorKey(ConnectorType::ldp, std::move(name), {}, {});
     }
+    // Becomes the key of a BGP connector: a VPN instance, and a service of it.
     void bgpConnectorKeyIs(Zin::String name, Zin::String vpwsName) {
         *this = ConnectorKey(ConnectorType::bgp, std::move(name), std::move(vpwsName), {});
     }
 
     ConnectorType connectorType() const { return connectorType_; }
+    // Whether it is that of a local connector.
     bool isLocal() const { return connectorType_ == ConnectorType::local_; }
     // Of an LDP connector, or the VPN instance of a BGP connector.
     const Zin::String& name() const { return name_; }

@@ -26,6 +26,7 @@ consteval std::string_view maskName(FlowLabelDirection) {
     return "Pseudowire::FlowLabelType";
 }
 
+// In which directions a pseudowire carries flow labels (RFC 6391).
 using FlowLabelType = BitMask<FlowLabelDirection>;
 
 }  // namespace Pseudowire

@@ -30,6 +30,7 @@ consteval auto enumeration(QosMapType) {
 
 class QosMap : public Zin::Value<QosMap> {
   public:
+    // The name of the map that is in force where none is configured.
     static constexpr const char* defaultMapName = "default-map";
 
     static consteval auto schema() {

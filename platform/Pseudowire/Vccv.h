@@ -65,6 +65,7 @@ consteval std::string_view maskName(VccvCvType) {
     return "Pseudowire::VccvCvTypes";
 }
 
+// The kinds of connectivity verification of a pseudowire.
 using VccvCvTypes = BitMask<VccvCvType>;
 
 // The name that the registry gives to the bit; empty for any other number.

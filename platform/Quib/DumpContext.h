@@ -36,6 +36,7 @@ class ZIN_EXPORT DumpContext final : public Zin::PtrInterface {
     // What is written behind a child's dump.
     enum class AfterChild : std::uint8_t { blankLine, nothing };
 
+    // A context that hands on what is written.
     static Zin::Ptr<const DumpContext> make(
         Sink sink,
         AfterChild after = AfterChild::blankLine);
@@ -44,6 +45,7 @@ class ZIN_EXPORT DumpContext final : public Zin::PtrInterface {
         std::string& text,
         AfterChild after = AfterChild::blankLine);
 
+    // Writes the text as it is, and counts its lines.
     void write(std::string_view text) const;
     // The line that is written next, from 1.
     std::uint32_t line() const noexcept { return line_; }
@@ -54,8 +56,10 @@ class ZIN_EXPORT DumpContext final : public Zin::PtrInterface {
     // 0 for an object that is not dumped.
     std::uint32_t getDumpLineForObj(const Zin::PtrInterface* object) const;
 
+    // What is written behind a child's dump.
     AfterChild afterChild() const noexcept { return after_; }
 
+    // Destroys the context, and tracks that its memory is released.
     static void operator delete(DumpContext* object, std::destroying_delete_t);
 
     static constinit Zin::AllocTrackTypeInfo zinAllocTrackTypeInfo_;
@@ -69,6 +73,7 @@ class ZIN_EXPORT DumpContext final : public Zin::PtrInterface {
     mutable std::unordered_map<const Zin::PtrInterface*, std::uint32_t> lineOf_;
 };
 
+// How contexts are handed around; null stands for standard output.
 using DumpContextPtr = Zin::Ptr<const DumpContext>;
 
 // Writes to the context, or to standard output when it is null.
@@ -79,6 +84,7 @@ objDumpPrintf(const DumpContextPtr& context, const char* format, ...);
 [[gnu::format(printf, 3, 4)]] ZIN_EXPORT void
 objDumpLine(const DumpContextPtr& context, unsigned indent, const char* format, ...);
 
+// The same, of arguments that were collected.
 [[gnu::format(printf, 3, 0)]] ZIN_EXPORT void objDumpLineV(
     const DumpContextPtr& context,
     unsigned indent,

@@ -57,6 +57,7 @@ class Tristate : public Zin::Value<Tristate<Number>> {
             static_cast<Number>(reader.number(0, std::numeric_limits<Number>::max())));
     }
 
+    // Reads the value from a message of the attribute log.
     static Tristate attrLogNext(Zin::NboAttrLog::In& in);
 
   private:
@@ -64,7 +65,9 @@ class Tristate : public Zin::Value<Tristate<Number>> {
     Number value_ = 0;
 };
 
+// A number of 16 bits, or none.
 using TristateU16 = Tristate<std::uint16_t>;
+// A number of 32 bits, or none.
 using TristateU32 = Tristate<std::uint32_t>;
 
 extern template ZIN_EXPORT TristateU16 TristateU16::attrLogNext(Zin::NboAttrLog::In& in);

@@ -19,6 +19,7 @@ namespace Vorn {
 
 class EthAddr : public Zin::Value<EthAddr> {
   public:
+    // In the order of transmission.
     using Bytes = std::array<std::uint8_t, 6>;
 
     static consteval auto schema() {

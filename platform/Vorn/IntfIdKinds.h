@@ -16,6 +16,7 @@ namespace Vorn {
 
 // An Ethernet port: EthernetN, EthernetN/N, EthernetN/N/N, or a port under a Linux name.
 struct EthIntfId {
+    // Whether the id is that of an Ethernet port.
     ZIN_EXPORT static bool isEthIntfId(IntfId id);
     // 0 stands for a part that the name has not.
     ZIN_EXPORT static IntfId
@@ -24,14 +25,18 @@ struct EthIntfId {
 
 // A link aggregation group (IEEE 802.1AX): Port-ChannelN, or bondN of Linux.
 struct PortChannelIntfId {
+    // Whether the id is that of a port channel.
     ZIN_EXPORT static bool isPortChannelIntfId(IntfId id);
+    // The id of that number.
     ZIN_EXPORT static IntfId intfId(std::uint32_t number);
 };
 
 // The frames of an Ethernet port or a port channel that carry one VLAN tag or a pair of them.
 // What reads a part throws a Zin::RangeException for an id that is no subinterface.
 struct SubIntfId {
+    // Whether the id is that of a subinterface.
     ZIN_EXPORT static bool isSubIntfId(IntfId id);
+    // The port or the port channel.
     ZIN_EXPORT static IntfId parentIntfId(IntfId id);
     // 1 to 4094.
     ZIN_EXPORT static std::uint16_t outerTag(IntfId id);
@@ -44,13 +49,17 @@ struct SubIntfId {
 
 // The interface that stands for a pseudowire: PseudowireN.
 struct PseudowireIntfId {
+    // Whether the id is that of a pseudowire's interface.
     ZIN_EXPORT static bool isPseudowireIntfId(IntfId id);
+    // The id of that number.
     ZIN_EXPORT static IntfId intfId(std::uint32_t number);
 };
 
 // The interface of a VPLS instance: VplsN.
 struct VplsIntfId {
+    // Whether the id is that of a VPLS instance.
     ZIN_EXPORT static bool isVplsIntfId(IntfId id);
+    // The id of that number.
     ZIN_EXPORT static IntfId intfId(std::uint32_t number);
 };
 

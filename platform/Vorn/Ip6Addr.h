@@ -18,6 +18,7 @@ namespace Vorn {
 
 class Ip6Addr : public Zin::Value<Ip6Addr> {
   public:
+    // In network order.
     using Bytes = std::array<std::uint8_t, 16>;
 
     static consteval auto schema() {

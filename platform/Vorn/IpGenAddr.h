@@ -36,6 +36,7 @@ consteval auto enumeration(AddressFamily) {
 
 class IpGenAddr : public Zin::Value<IpGenAddr> {
   public:
+    // In network order.
     using Ip4Bytes = std::array<std::uint8_t, 4>;
 
     static consteval auto schema() {

@@ -21,9 +21,13 @@ class ZIN_EXPORT AllocTrackTypeInfo {
   public:
     // What a record held at one moment. An array counts as one object of all its bytes.
     struct Counts {
+        // Objects that were allocated and not released.
         alignas(8) std::uint64_t liveObjects = 0;
+        // Their bytes.
         alignas(8) std::uint64_t liveBytes = 0;
+        // Objects that were ever allocated.
         alignas(8) std::uint64_t totalObjects = 0;
+        // Their bytes, at that time.
         alignas(8) std::uint64_t totalBytes = 0;
 
         friend bool operator==(const Counts&, const Counts&) = default;
@@ -48,6 +52,7 @@ class ZIN_EXPORT AllocTrackTypeInfo {
         std::size_t elementBytes,
         std::size_t elements) noexcept;
 
+    // What the record holds now.
     Counts counts() const noexcept;
 
     // The demangled name of the type, or null while nothing was reported.

@@ -17,6 +17,7 @@ using AssertionReporter =
 // The reporter in force is replaced; null restores the one that writes to standard error.
 ZIN_EXPORT void assertionReporterIs(AssertionReporter reporter) noexcept;
 
+// Reports, and aborts the process.
 [[noreturn]] ZIN_EXPORT void assertionFailed(
     const char* condition,
     const char* source,

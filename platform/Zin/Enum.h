@@ -37,18 +37,22 @@ ZIN_EXPORT std::optional<std::uint32_t> enumNumber(
 // name that no enumerator has throws a RangeException that says which there are.
 class ZIN_EXPORT EnumType {
   public:
+    // The enumerator of that number.
     template <describe::DescribedEnum E>
     static EnumType instance(std::uint32_t number) {
         const auto& all = describe::enumerationOf<E>;
         return EnumType(all.typeName, all.enumerators, number);
     }
+    // The enumerator of that name.
     template <describe::DescribedEnum E>
     static EnumType instance(const String& name) {
         const auto& all = describe::enumerationOf<E>;
         return EnumType(all.typeName, all.enumerators, name.view());
     }
 
+    // The qualified name of the enumeration.
     std::string_view typeName() const noexcept { return typeName_; }
+    // The number of the enumerator.
     std::uint32_t value() const noexcept { return enumerator_->number; }
     String stringValue() const { return enumerator_->name; }
 
@@ -62,6 +66,7 @@ class ZIN_EXPORT EnumType {
     const describe::Enumerator* enumerator_;
 };
 
+// The enumerator's name, or its number when it has none.
 template <describe::DescribedEnum E>
 String stringValue(E value) {
     return enumName(describe::enumerationOf<E>.enumerators, static_cast<std::uint32_t>(value));

@@ -18,6 +18,8 @@ namespace Zin {
 class Entity;
 using AttributeId = std::uint32_t;
 
+// The base of all that this library throws at its callers, itself where nothing below says
+// more.
 class ZIN_EXPORT Exception : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -27,6 +29,7 @@ class ZIN_EXPORT Exception : public std::runtime_error {
 // Extra constructor arguments were given for an entity type that takes only a name.
 class ZIN_EXPORT NewEntityArgsException : public Exception {
   public:
+    // Of that type.
     explicit NewEntityArgsException(const ZinTypeBase& type);
     ~NewEntityArgsException() override;
 };
@@ -129,20 +132,26 @@ class ZIN_EXPORT TypeException : public Exception {
 
 namespace GenericIfImpl {
 
+// Throws an UnhashableException that names the type.
 [[noreturn]] ZIN_EXPORT void throwUnhashableException(const ZinTypeBase& type);
+// Throws a TypeException that names both.
 [[noreturn]] ZIN_EXPORT void throwTypeException(
     const ZinTypeBase& given,
     const ZinTypeBase& expected);
 
 }  // namespace GenericIfImpl
 
+// Throws a NewEntityArgsException that names the type.
 [[noreturn]] ZIN_EXPORT void throwNewEntityArgsException(const ZinTypeBase& type);
+// Throws a RangeException of that text.
 [[noreturn]] ZIN_EXPORT void throwRangeException(std::string_view text);
+// Throws a MutatorReinstantiatingException that names the entity, the argument and both values.
 [[noreturn]] ZIN_EXPORT void throwMutatorReinstantiating(
     const Entity& existing,
     AttributeId attribute,
     bool existingValue,
     bool requestedValue);
+// The same for numbers.
 [[noreturn]] ZIN_EXPORT void throwMutatorReinstantiating(
     const Entity& existing,
     AttributeId attribute,
@@ -154,6 +163,7 @@ namespace GenericIfImpl {
     AttributeId attribute,
     std::string_view existingValue,
     std::string_view requestedValue);
+// Throws the exception of that name, of an attribute of a mirror that may not write.
 [[noreturn]] ZIN_EXPORT void throwWriteUpdateFromReadOnlyProxyException(
     const Entity& entity,
     AttributeId attribute);

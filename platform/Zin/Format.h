@@ -11,6 +11,7 @@
 
 namespace Zin {
 
+// The text. Throws as appendFormat does.
 [[gnu::format(printf, 1, 2)]] ZIN_EXPORT String format(const char* format, ...);
 
 // Throws a Zin::Exception when an argument cannot be written, which is a wide character that

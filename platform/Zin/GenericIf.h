@@ -24,10 +24,13 @@ namespace Zin {
 class ZIN_EXPORT ZinAttrBase {
   public:
     constexpr ZinAttrBase() = default;
+    // The attribute of the type with that record.
     constexpr ZinAttrBase(const ZinTypeBase& type, std::uint32_t record)
         : module_(type.module), place_(record << 16 | (type.index & 0xffff)) {}
 
+    // The type that lists the attribute.
     constexpr ZinTypeBase type() const { return {module_, place_ & 0xffff}; }
+    // The index of the attribute's record.
     constexpr std::uint32_t record() const { return place_ >> 16; }
     // The id that the record holds; 0 where the type has no such record.
     AttributeId attributeId() const noexcept;
@@ -50,6 +53,7 @@ class ZIN_EXPORT ZinAttr : public ZinAttrBase {
 
 namespace GenericIf {
 
+// What is done to an attribute; `key`, `value` and `result` are arguments of the call.
 enum class AttributeOp : std::uint32_t {
     // Single attribute, function: assigns the value to the object at `result`; a function that
     // takes an argument takes *key. Single child and reference: the Ptr<Entity> at `result`.
@@ -74,6 +78,7 @@ enum class AttributeOp : std::uint32_t {
     contains = 5,
 };
 
+// How that went: unsupported of this kind of attribute, unknown to the type.
 enum class Status : int {
     done = 0,
     unsupported = 1,
@@ -83,12 +88,17 @@ enum class Status : int {
 // A walk over one collection, safe against changes to it, while its entity lives. Made and
 // destroyed through the same table.
 struct IteratorOps {
+    // Stands on the first member.
     void* (*make)(Entity& entity);
+    // Whether it stands on a member.
     bool (*nonnull)(const void* iterator);
+    // Goes on to the next.
     void (*inc)(void* iterator);
     // Assigns to the key at `out`.
     void (*key)(const void* iterator, void* out);
+    // The member on which it stands.
     MemberRef (*obj)(const void* iterator);
+    // Destroys the iterator.
     void (*del)(void* iterator) noexcept;
 };
 

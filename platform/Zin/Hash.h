@@ -19,7 +19,9 @@ namespace Zin {
 
 namespace hashing {
 
+// Odd, with bits all over.
 inline constexpr std::uint64_t multiplierA = 0xd6e8feb86659fd93;
+// Another such number.
 inline constexpr std::uint64_t multiplierB = 0x9fb21c651e98df25;
 
 // Two multiplications with a fold between them: the upper half of a product depends on all bits
@@ -48,12 +50,15 @@ struct HashHelper {
 // The running hash of a value that has several fields.
 class Hash {
   public:
+    // Begins under a seed.
     constexpr explicit Hash(std::uint32_t seed) noexcept : state_(seed) {}
 
+    // Takes in the hash of the next field. The order counts.
     constexpr void hashMix(std::uint32_t fieldHash) noexcept {
         state_ = (state_ ^ fieldHash) * hashing::multiplierA;
         state_ ^= state_ >> 29;
     }
+    // The hash of what was taken in so far.
     constexpr std::uint32_t result() const noexcept {
         return static_cast<std::uint32_t>(hashing::mixed(state_));
     }

@@ -45,6 +45,7 @@ class ZIN_EXPORT HashMap2018 {
     class Iterator;
     class UnsafeIteratorConst;
 
+    // Whether members are keys alone.
     static constexpr bool isSet = std::is_void_v<V>;
 
     HashMap2018() noexcept = default;
@@ -65,6 +66,7 @@ class ZIN_EXPORT HashMap2018 {
     // Counts changes modulo 2^23. A put of an equal value and a failed erase change nothing.
     std::uint32_t version() const noexcept { return core_.version(); }
 
+    // The hash of a key in this collection: under the process's seed and its own.
     static std::uint32_t hashOf(const K& key) noexcept { return Ops::hashOf(key); }
 
     // The member with the key, or null.
@@ -126,6 +128,7 @@ class ZIN_EXPORT HashMap2018 {
     }
     std::uint32_t markedMembers() const noexcept { return core_.markedMembers(); }
 
+    // What a walk by positions ends with.
     static constexpr std::uint64_t visitEnd = HashMap2018Generic::hashEnd;
 
     // One step of a walk that may rest between steps while the map changes: visits the members

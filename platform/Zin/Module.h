@@ -58,8 +58,11 @@ class MemberVisitor {
 
 // A member of a collection as it is stored: the value is null for a set and for a child.
 struct MemberRef {
+    // Whether there is such a member.
     bool present = false;
+    // The value of a member that is one.
     const void* value = nullptr;
+    // The member that is a child.
     const Entity* child = nullptr;
 };
 
@@ -68,11 +71,15 @@ struct EntityTypeInfo;
 // One attribute as code that knows no types sees it. Functions that make no sense for the kind
 // are null.
 struct AttributeInfo {
+    // The number, which peers know too.
     AttributeId id;
+    // What sort of attribute it is.
     AttributeKind kind;
+    // Whether there is a mutator.
     bool writable;
     // Whether the attribute log carries it.
     bool streamed;
+    // The name in the schema.
     std::string_view name;
     // Of a single value, of a collection's members, or of what a function returns; null for
     // children and sets.
@@ -97,12 +104,14 @@ struct AttributeInfo {
     const Entity* (*child)(const Entity& entity);
 
     // --- Reflective interface (Zin/GenericIf.h) ---
+    // Does one of its operations to the attribute.
     GenericIf::Status (*operate)(
         void* result,
         Entity& entity,
         GenericIf::AttributeOp op,
         const void* key,
         const void* value);
+    // Walks over a collection; null for all else.
     const GenericIf::IteratorOps* iteratorOps;
 
     // --- Attribute log (frame/AttributeLog.h) ---
@@ -138,6 +147,7 @@ struct AttributeInfo {
 
 // The hooks of one entity type, with Zin::TypeImpl<T> behind them.
 struct EntityTypeInfo {
+    // The qualified name.
     std::string_view name;
     // In the order of their ids; those of the base first.
     std::span<const AttributeInfo> attributes;
@@ -147,6 +157,7 @@ struct EntityTypeInfo {
     std::span<const AttributeId> constructorAttributeIds;
     // The entity type that this one derives from; null for Zin::Entity.
     const EntityTypeInfo* base;
+    // The module and the place in it.
     ZinTypeBase handle;
 
     // Null for a type that never stands at the top of a directory.
@@ -203,13 +214,18 @@ struct EntityTypeInfo {
 
 // A type of a module: one of the two is null.
 struct TypeInfo {
+    // Of a value type or an enumeration.
     const ValueInfo* value;
+    // Of an entity type.
     const EntityTypeInfo* entity;
 
+    // The qualified name.
     constexpr std::string_view name() const { return value ? value->name : entity->name; }
 };
 
+// A module: its types in the order of their indices, and what says so to others.
 struct ZinModule {
+    // Unique in a process.
     std::string_view name;
     // By type index.
     std::span<const TypeInfo> types;
@@ -225,6 +241,7 @@ ZIN_EXPORT void zinModuleIs(const ZinModule* module);
 
 // Hands a module to the registry when it is loaded.
 struct ModuleRegistration {
+    // Calls zinModuleIs.
     explicit ModuleRegistration(const ZinModule* module) { zinModuleIs(module); }
 };
 

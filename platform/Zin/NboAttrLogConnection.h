@@ -45,13 +45,16 @@
 namespace Zin::NboAttrLog {
 
 struct StreamError {
+    // What sort of fault it is.
     StreamErrorKind kind;
     // Bytes of the stream before the message at fault, or before the fault itself where it is
     // known.
     std::uint64_t position;
+    // What was found, and what was expected.
     std::string text;
 };
 
+// Whether mirrors may write.
 enum class Access : std::uint8_t { readOnly, readWrite };
 
 class Connection;
@@ -60,8 +63,11 @@ class Connection;
 // it.
 class ZIN_EXPORT Exports {
   public:
+    // An entity on offer, and what its mirrors may do.
     struct Export {
+        // The root of what is mirrored.
         Ptr<Entity> entity;
+        // What its mirrors may do.
         Access access;
     };
 
@@ -76,6 +82,7 @@ class ZIN_EXPORT Exports {
     // Takes an offer back. Mirrors that exist stay joined.
     void exportDel(const String& name);
 
+    // All that is on offer, by name.
     const std::map<String, Export>& all() const noexcept { return all_; }
 
   private:
@@ -132,16 +139,22 @@ class ZIN_EXPORT Awaiting {
 
 class ZIN_EXPORT Connection {
   public:
+    // Bounds, in bytes.
     struct Options {
         // The longest payload that is sent or accepted.
         std::size_t maxMessage = std::size_t{16} << 20;
         // Changes are written at once while fewer bytes than this wait to be sent.
         std::size_t highWater = std::size_t{256} << 10;
     };
+    // Whole messages and bytes so far, since the connection was made.
     struct Counters {
+        // Messages that were received whole.
         std::uint64_t messagesIn = 0;
+        // Bytes that were fed.
         std::uint64_t bytesIn = 0;
+        // Messages that were written.
         std::uint64_t messagesOut = 0;
+        // Bytes that were consumed.
         std::uint64_t bytesOut = 0;
     };
 
@@ -161,10 +174,14 @@ class ZIN_EXPORT Connection {
     // Ends the mirroring; the local entity stays as it is.
     void unmount(const String& name);
 
+    // Takes bytes that were received, in chunks of any size, and applies whole messages.
+    // Linear.
     void feed(std::span<const std::byte> bytes);
     // The peer sends no more: in the middle of a message that is an error.
     void feedEnd();
 
+    // Bytes to be sent, at most `budget`, valid until the next call; empty when there are none
+    // now.
     std::span<const std::byte> produce(std::size_t budget);
     // REQUIRES: no more than the last produce() returned.
     void consumed(std::size_t bytes) noexcept;
@@ -181,7 +198,9 @@ class ZIN_EXPORT Connection {
     // Why the stream ended, or null when this side closed it or it is open.
     const StreamError* error() const noexcept { return error_ ? &*error_ : nullptr; }
 
+    // Whether the peer's greeting was read and accepted.
     bool greeted() const noexcept { return greeted_; }
+    // What went over the connection so far.
     const Counters& counters() const noexcept { return counters_; }
 
   private:

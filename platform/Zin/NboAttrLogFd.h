@@ -29,6 +29,7 @@ namespace Zin::NboAttrLog {
 class ZIN_EXPORT Fd {
   public:
     Fd() = default;
+    // Takes the descriptor over.
     explicit Fd(int fd) noexcept : fd_(fd) {}
     Fd(Fd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     Fd& operator=(Fd&& other) noexcept {
@@ -37,6 +38,7 @@ class ZIN_EXPORT Fd {
     }
     ~Fd();
 
+    // The descriptor, or -1.
     int get() const noexcept { return fd_; }
     explicit operator bool() const noexcept { return fd_ >= 0; }
 
@@ -54,7 +56,9 @@ class ZIN_EXPORT FdStream {
         Observer& observer,
         const Connection::Options& options = Connection::Options());
 
+    // The descriptor, to be polled.
     int fd() const noexcept { return fd_.get(); }
+    // The connection that it drives.
     Connection& connection() noexcept { return connection_; }
 
     // The poll(2) events that it waits for now.
@@ -78,11 +82,16 @@ class ZIN_EXPORT FdStream {
 
 // An address such as "unix:/run/pw.sock" or "tcp:7000" (the loopback interface).
 struct ZIN_EXPORT Address {
+    // A Unix socket, or TCP on the loopback interface.
     enum class Kind : std::uint8_t { unixSocket, loopback };
+    // Which of the two members below counts.
     Kind kind = Kind::unixSocket;
+    // Of a Unix socket.
     std::string path;
+    // Of the loopback interface; 0 lets the system choose when listening.
     std::uint16_t port = 0;
 
+    // Reads such a text. Throws Zin::Exception for any other.
     static Address fromText(std::string_view text);
 };
 
@@ -92,6 +101,7 @@ ZIN_EXPORT Fd listenAt(const Address& address);
 // The next peer, or none when nobody waits. A Unix peer of another user is turned away:
 // `refused` is set and none returned.
 ZIN_EXPORT Fd acceptFrom(const Fd& listening, bool& refused);
+// A connected socket. Throws std::system_error.
 ZIN_EXPORT Fd connectTo(const Address& address);
 // The port on which a loopback socket listens.
 ZIN_EXPORT std::uint16_t portOf(const Fd& listening);

@@ -15,8 +15,10 @@
 namespace Zin::NboAttrLog {
 
 inline constexpr std::uint32_t protocolMagic = 0x5a4e414c;  // "ZNAL"
+// Peers of another version are refused.
 inline constexpr std::uint16_t protocolVersion = 1;
 
+// Bytes of a message before its payload: the payload's length and the id, 32 bits each.
 inline constexpr std::size_t headerSize = 8;
 
 // The lowest number of an attribute. A deletion travels under the negated number.
@@ -63,6 +65,7 @@ enum class StreamErrorKind : std::uint8_t {
     peerFailed,      // the peer found a fault and said so
 };
 
+// The enumerator's name.
 ZIN_EXPORT std::string_view nameOf(StreamErrorKind kind) noexcept;
 
 }  // namespace Zin::NboAttrLog

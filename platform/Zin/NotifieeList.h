@@ -34,6 +34,7 @@ class ZIN_EXPORT Notifiee {
     // reactors were told.
     virtual void onAttribute(AttributeId id, const void* key) = 0;
 
+    // Whether it observes an entity that lives.
     bool registered() const noexcept { return list_ != nullptr; }
 
   protected:

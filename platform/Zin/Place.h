@@ -44,6 +44,7 @@ namespace Zin {
 // A path is wrong at this byte of it.
 class ZIN_EXPORT PathException : public Exception {
   public:
+    // At that byte of the path.
     PathException(std::size_t position, const std::string& text);
     ~PathException() override;
 
@@ -62,6 +63,7 @@ class ZIN_EXPORT AbsentException : public PathException {
 
 class ZIN_EXPORT Place {
   public:
+    // What a place is a spot of.
     enum class Kind : std::uint8_t {
         entity,
         // A single attribute, a function of the entity that takes nothing, or a field in one of
@@ -86,13 +88,17 @@ class ZIN_EXPORT Place {
     struct Rooted {
         // Empty when the path names none.
         std::string type;
+        // The name of the root.
         std::string name;
         // Begins with "." or is empty; lies this far into the path.
         std::string_view rest;
+        // Where in the path the rest begins, in bytes.
         std::size_t position;
     };
+    // Takes the root's name off a path.
     static Rooted rooted(std::string_view path);
 
+    // What lies here.
     Kind kind() const noexcept { return kind_; }
     // From the root's name on, in the one spelling that is printed.
     const std::string& path() const noexcept { return path_; }

@@ -17,10 +17,13 @@ namespace Zin {
 template <class T>
 class Ptr {
   public:
+    // What it points at.
     using Pointee = T;
 
     constexpr Ptr() noexcept = default;
+    // Refers to nothing.
     constexpr Ptr(std::nullptr_t) noexcept {}
+    // Takes a reference to the object, which others may hold too.
     explicit Ptr(T* object) noexcept : object_(object) { inc(); }
     Ptr(const Ptr& other) noexcept : object_(other.object_) { inc(); }
     Ptr(Ptr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
@@ -39,6 +42,7 @@ class Ptr {
 
     void swap(Ptr& other) noexcept { std::swap(object_, other.object_); }
 
+    // The object, or null. Counts nothing.
     T* get() const noexcept { return object_; }
     T* operator->() const noexcept { return object_; }
     T& operator*() const noexcept { return *object_; }
@@ -74,8 +78,10 @@ class Ptr {
 
 template <class T>
 struct PointeeOf;
+// What a Ptr points at, by the Ptr's type.
 template <class T>
 struct PointeeOf<Ptr<T>> {
+    // The type of the object.
     using Type = T;
 };
 

@@ -258,6 +258,7 @@ constinit const RbTreeMapVTable RbTreeMap<Coll, K, V>::vt_ = {
 template <class Coll, class K, class V>
 class RbTreeMap<Coll, K, V>::IteratorConst {
   public:
+    // Whether it stands on a member.
     explicit operator bool() const noexcept { return static_cast<bool>(iter_); }
     IteratorConst& operator++() noexcept {
         const Node& now = node();
@@ -269,6 +270,7 @@ class RbTreeMap<Coll, K, V>::IteratorConst {
         return *this;
     }
 
+    // The key of the member.
     decltype(auto) key() const noexcept { return Coll::keyOf(node()); }
     // The entity, or the value.
     decltype(auto) value() const noexcept {
@@ -278,8 +280,10 @@ class RbTreeMap<Coll, K, V>::IteratorConst {
             return node().value();
         }
     }
+    // The member on which it stands, deleted since or not; REQUIRES: it stands on one.
     Member& node() const noexcept { return *currNode(); }
     Member& currNodeMaybeStale() const noexcept { return node(); }
+    // The same, of a member that was not deleted; a fatal assertion otherwise.
     Member& currNodeNonStale() const noexcept {
         ZIN_ASSERT(!markedForDeletion(), "RbTreeMap");
         return node();

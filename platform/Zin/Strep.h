@@ -32,6 +32,7 @@ template <class T>
 concept Strepped = describe::Value<T> || describe::DescribedEnum<T> || std::integral<T> ||
     std::floating_point<T> || std::same_as<T, String>;
 
+// The text of the value. Linear in its length.
 template <Strepped T>
 String valueToStrep(const T& value) {
     return textOf(value);
@@ -95,6 +96,7 @@ void sequenceToValue(String::IteratorConst& it, const String::IteratorConst& end
     *value = deserializeAttr<E>(it, end, {});
 }
 
+// Writes the text of the value.
 template <class T>
 requires(describe::Value<T> || describe::DescribedEnum<T>) std::ostream& operator<<(
     std::ostream& out,
@@ -105,10 +107,13 @@ requires(describe::Value<T> || describe::DescribedEnum<T>) std::ostream& operato
 // One part of a short form.
 class ShortField {
   public:
+    // The name, and the value's short form or text.
     template <class T>
     ShortField(std::string_view name, const T& value) : name_(name), text_(textIn(value)) {}
 
+    // What it is called.
     std::string_view name() const { return name_; }
+    // Its value, as text.
     const String& text() const { return text_; }
 
   private:

@@ -34,6 +34,7 @@ class ZIN_EXPORT String {
         using iterator_category = std::forward_iterator_tag;
 
         constexpr IteratorConst() = default;
+        // Stands at that byte.
         constexpr explicit IteratorConst(const char* at) : at_(at) {}
         constexpr const char& operator*() const { return *at_; }
         constexpr const char* operator->() const { return at_; }
@@ -55,7 +56,9 @@ class ZIN_EXPORT String {
     constexpr String() noexcept = default;
     // Copies the bytes. Throws std::bad_alloc, and std::length_error above maxSize.
     String(std::string_view bytes);
+    // The same, of a text that ends with NUL.
     String(const char* text) : String(std::string_view(text)) {}
+    // The same.
     String(const std::string& text) : String(std::string_view(text)) {}
     String(const String& other) noexcept : storage_(other.storage_) {
         if (storage_) referenceInc(storage_->references);
@@ -74,14 +77,17 @@ class ZIN_EXPORT String {
     }
     void swap(String& other) noexcept { std::swap(storage_, other.storage_); }
 
+    // The most bytes that a String holds.
     static constexpr std::size_t maxSize = 0x7fffffff;
 
     std::size_t size() const noexcept { return storage_ ? storage_->size : 0; }
     bool empty() const noexcept { return storage_ == nullptr; }
+    // The bytes, valid while a handle on them lives.
     std::string_view view() const noexcept {
         return storage_ ? std::string_view(bytesOf(storage_), storage_->size)
                         : std::string_view();
     }
+    // The same as view().
     operator std::string_view() const noexcept { return view(); }
     // Ends with NUL; the string itself may hold others.
     const char* c_str() const noexcept { return storage_ ? bytesOf(storage_) : ""; }

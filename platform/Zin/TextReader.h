@@ -26,6 +26,7 @@ class ZIN_EXPORT TextReader {
     explicit TextReader(std::string_view text) : text_(text) {}
 
     std::size_t position() const { return at_; }
+    // What was not read yet.
     std::string_view rest() const { return text_.substr(at_); }
 
     // Takes the literal if it comes next.

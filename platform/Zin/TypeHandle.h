@@ -14,7 +14,9 @@ struct EntityTypeInfo;
 struct ValueInfo;
 
 struct ZinTypeBase {
+    // The module, or null for no type.
     const ZinModule* module = nullptr;
+    // The type's place in the module.
     std::uint32_t index = 0;
 
     // What the runtime knows of an entity type, or of a value type; null when the handle names

@@ -38,11 +38,15 @@ enum : std::size_t {
     headerSize = 36,
 };
 
+// Bytes of a type.
 inline constexpr std::size_t typeSize = 16;
+// Bytes of a record.
 inline constexpr std::size_t recordSize = 20;
+// Names begin at a multiple of this.
 inline constexpr std::size_t poolAlignment = 32;
 
 enum class TypeKind : std::uint8_t { value = 0x21, enumeration = 0x25, entity = 0x60 };
+// The second byte of each type.
 inline constexpr std::uint8_t typeMark = 0xf0;
 
 // Flags of a type.
@@ -53,6 +57,7 @@ enum : std::uint32_t {
     hasOwnText = 8,  // a value type that is not written field by field
 };
 
+// What a record stands for: an attribute or field by its kind, a function, an enumerator.
 enum class RecordKind : std::uint8_t {
     single = 0x00,
     collection = 0x01,
@@ -60,6 +65,7 @@ enum class RecordKind : std::uint8_t {
     function = 0x10,
     enumerator = 0x88,
 };
+// Who may do what with what a record stands for.
 enum class Access : std::uint8_t {
     constant = 0x2c,
     writable = 0xdc,
@@ -90,44 +96,64 @@ enum BuiltinType : std::int16_t {
 // "U32", or empty for a number that stands for none.
 ZIN_EXPORT std::string_view builtinName(std::int16_t number) noexcept;
 
+// The number of a value type's first field.
 inline constexpr std::uint32_t firstFieldId = 2;
 
 }  // namespace typeTable
 
 class ZIN_EXPORT TypeTable {
   public:
+    // A type as the table has it.
     struct Type {
+        // Value type, enumeration or entity type.
         typeTable::TypeKind kind;
+        // The qualified name.
         std::string_view name;
+        // Some of isRoot, isHashed, isOrdered, hasOwnText.
         std::uint32_t flags;
         // A builtin type or the index of a referenced one.
         std::int16_t base;
         // Of an entity type the number of constructor arguments, of a value type that of its
         // fields, of an enumeration its bytes.
         std::uint16_t number;
+        // The index of its first record; the others follow.
         std::uint16_t firstRecord;
+        // How many records are the type's.
         std::uint16_t records;
     };
+    // An attribute, field, function or enumerator of a type.
     struct Record {
+        // The attribute's id; of a field its number.
         std::uint32_t id;
+        // What it stands for.
         typeTable::RecordKind kind;
+        // Who may do what with it.
         typeTable::Access access;
+        // Whether it is stored, rather than computed.
         bool isData;
+        // The name of the attribute, field or enumerator.
         std::string_view name;
+        // The type of the value, or of the members: as Type::base.
         std::int16_t valueType;
         // `none` when it is no collection.
         std::int16_t keyType;
+        // 1 where children are made, else 0.
         std::uint16_t instantiates;
         // Of an enumerator.
         std::uint32_t number;
+        // The field or attribute of a member that is its key; empty where the key lies outside.
         std::string_view keyField;
     };
 
     TypeTable() = default;
+    // Reads the table in those bytes, which outlive it.
     explicit TypeTable(std::span<const std::uint8_t> bytes) noexcept;
 
+    // How many types, records and referenced types there are.
     std::uint32_t types() const noexcept { return types_; }
+    // How many records there are, of all types.
     std::uint32_t records() const noexcept { return records_; }
+    // How many types of other modules are referred to by name.
     std::uint32_t references() const noexcept { return references_; }
 
     // Nothing where there is no such type or record.

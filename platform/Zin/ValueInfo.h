@@ -33,45 +33,64 @@ enum class ValueKind : std::uint8_t {
     collection,  // inside of a value; has no text to be read back
 };
 
+// A field of a value type.
 struct FieldInfo {
+    // The name of the field.
     std::string_view name;
+    // Where the field is in a value.
     const void* (*in)(const void* value);
+    // The type of the field.
     const ValueInfo* type;
 
+    // The same, to be changed.
     void* mutableIn(void* value) const { return const_cast<void*>(in(value)); }
 };
 
 // A value of the type as such; `get` assigns it to the one at `to`.
 struct ConstantInfo {
+    // The name of the constant.
     std::string_view name;
+    // The type of the constant.
     const ValueInfo* type;
+    // Assigns it to the value at `to`, which is of that type.
     void (*get)(void* to);
 };
 
 // A collection inside of a value. The value of a member is null for a set.
 struct CollectionInfo {
+    // The type of the keys.
     const ValueInfo* key;
+    // The type of the members; null for a set.
     const ValueInfo* value;
+    // How many members there are. Constant time.
     std::uint32_t (*members)(const void* collection);
+    // Visits the members in the order of iteration. Linear.
     void (*forEachMember)(
         const void* collection,
         void (*visit)(void* context, const void* key, const void* value),
         void* context);
+    // Inserts a member, or overwrites the one under that key.
     void (*insert)(void* collection, const void* key, const void* value);
 };
 
 struct ValueInfo {
     // The qualified name, as in "Pseudowire::TimeRange" or "bool".
     std::string_view name;
+    // How values are written and what can be seen of them.
     ValueKind kind;
+    // Bytes of a value in memory.
     std::uint32_t size;
+    // Of a value in memory.
     std::uint32_t alignment;
     // Of a value type that has fields; those of one with a text of its own are seen too.
     std::span<const FieldInfo> fields;
     // Numbered behind the fields: constants, then functions, of which only names are known.
     std::span<const ConstantInfo> constants;
+    // The names of the type's functions.
     std::span<const std::string_view> functions;
+    // Of an enumeration.
     std::span<const describe::Enumerator> enumerators;
+    // Of a collection; null for all else.
     const CollectionInfo* collection;
 
     // --- Untyped operations; each pointer points at a value of this type ---

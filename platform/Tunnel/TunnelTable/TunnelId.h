@@ -42,6 +42,7 @@ consteval auto enumeration(TunnelType) {
 
 class TunnelId : public Zin::Value<TunnelId> {
   public:
+    // The highest index: 56 bits.
     static constexpr std::uint64_t mostIndex = 0x00ff'ffff'ffff'ffff;
 
     static consteval auto schema() {
@@ -59,10 +60,13 @@ class TunnelId : public Zin::Value<TunnelId> {
     constexpr std::uint64_t value() const { return value_; }
     constexpr void valueIs(std::uint64_t value) { value_ = value; }
 
+    // What sort of tunnel it is.
     constexpr TunnelType type() const { return static_cast<TunnelType>(value_ >> 56); }
+    // The tunnel's number among those of its type.
     constexpr std::uint64_t index() const { return value_ & mostIndex; }
 
     ZIN_EXPORT Zin::String stringValue() const;
+    // The same text.
     Zin::String toStrep() const { return stringValue(); }
     static TunnelId fromStringValue(std::string_view text) {
         return Zin::wholeText<TunnelId>(text);
