@@ -127,6 +127,13 @@ class ZIN_EXPORT TypeException : public Exception {
     ~TypeException() override;
 };
 
+// A shared library has no modules that can be registered.
+class ZIN_EXPORT ModuleException : public Exception {
+  public:
+    using Exception::Exception;
+    ~ModuleException() override;
+};
+
 namespace GenericIfImpl {
 
 [[noreturn]] ZIN_EXPORT void throwUnhashableException(const ZinTypeBase& type);
