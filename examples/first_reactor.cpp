@@ -27,7 +27,7 @@ int main() {
 
     config->patchIs("metro-003")->enabledIs(false);
     while (owner.hasOutput() || peer.hasOutput()) {
-        carry(owner, peer);
+        carry(owner, peer);  // produce() here, feed() there
         carry(peer, owner);
     }
     std::cout << "enabled: " << mirror->patch("metro-003")->enabled() << '\n';

@@ -35,6 +35,7 @@ NullPointerException::~NullPointerException() = default;
 UnhashableException::~UnhashableException() = default;
 TypeException::~TypeException() = default;
 TextException::~TextException() = default;
+ModuleException::~ModuleException() = default;
 
 NewEntityArgsException::NewEntityArgsException(const ZinTypeBase& type)
     : Exception(std::string(type.name()) + " takes no constructor arguments beyond its name") {}

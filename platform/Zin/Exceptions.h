@@ -130,6 +130,13 @@ class ZIN_EXPORT TypeException : public Exception {
     ~TypeException() override;
 };
 
+// A shared library has no modules that can be registered.
+class ZIN_EXPORT ModuleException : public Exception {
+  public:
+    using Exception::Exception;
+    ~ModuleException() override;
+};
+
 namespace GenericIfImpl {
 
 // Throws an UnhashableException that names the type.

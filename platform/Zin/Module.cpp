@@ -1,11 +1,16 @@
 #include "Zin/Module.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "Zin/Assert.h"
+#include "Zin/Exceptions.h"
 
 namespace Zin {
 
@@ -16,6 +21,16 @@ struct Registry {
     std::map<std::string_view, const ZinModule*> modules;
     // A name that two modules claim stays with the first.
     std::unordered_map<std::string_view, ZinTypeBase> types;
+    // What each library handed over while modulesOf() loaded it, by its dlopen(3) handle. None
+    // is unloaded, so a handle stands for one library for ever.
+    std::unordered_map<void*, std::vector<const ZinModule*>> libraries;
+
+    void add(const ZinModule& module) {
+        modules.emplace(module.name, &module);
+        for (std::uint32_t index = 0; index < module.types.size(); ++index) {
+            types.emplace(module.types[index].name(), ZinTypeBase{&module, index});
+        }
+    }
 };
 
 // Made at first use, because modules register while static objects are still being made; leaked
@@ -23,6 +38,40 @@ struct Registry {
 Registry& registry() {
     static Registry* const all = new Registry;
     return *all;
+}
+
+// Where modules go that register while modulesOf() loads a library on this thread: whether they
+// may join is asked when all of them are known.
+thread_local std::vector<const ZinModule*>* arriving = nullptr;
+
+std::vector<const ZinModule*> loaded(const std::string& library, void*& handle) {
+    std::vector<const ZinModule*> modules;
+    std::vector<const ZinModule*>* const outer = std::exchange(arriving, &modules);
+    handle = ::dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    arriving = outer;
+    if (handle) return modules;
+    const char* const why = ::dlerror();
+    throw ModuleException(why ? why : library + ": cannot be loaded");
+}
+
+// Throws when the module, or a type of it, is there already in another one.
+void requireNew(const Registry& all, const ZinModule& module, const std::string& library) {
+    const auto refuse = [&](const std::string& why) {
+        throw ModuleException(library + ": module " + std::string(module.name) + why);
+    };
+    if (all.modules.contains(module.name)) refuse(" is there already");
+    for (const auto& [name, other] : all.modules) {
+        if (other->fingerprint == module.fingerprint) {
+            refuse(" has the fingerprint of module " + std::string(name));
+        }
+    }
+    for (const TypeInfo& type : module.types) {
+        const auto claimed = all.types.find(type.name());
+        if (claimed == all.types.end()) continue;
+        refuse(
+            " has a type " + std::string(type.name()) + ", which module " +
+            std::string(claimed->second.module->name) + " has already");
+    }
 }
 
 }  // namespace
@@ -67,13 +116,40 @@ const AttributeInfo* EntityTypeInfo::attribute(std::string_view attributeName) c
 }
 
 void zinModuleIs(const ZinModule* module) {
+    if (arriving) {
+        arriving->push_back(module);
+        return;
+    }
     Registry& all = registry();
     const std::lock_guard lock(all.mutex);
-    const bool inserted = all.modules.emplace(module->name, module).second;
+    const bool inserted = !all.modules.contains(module->name);
     ZIN_ASSERT(inserted, "Module");
-    for (std::uint32_t index = 0; index < module->types.size(); ++index) {
-        all.types.emplace(module->types[index].name(), ZinTypeBase{module, index});
+    all.add(*module);
+}
+
+std::vector<const ZinModule*> modulesOf(const std::string& library) {
+    void* handle = nullptr;
+    std::vector<const ZinModule*> modules = loaded(library, handle);
+    Registry& all = registry();
+    const std::lock_guard lock(all.mutex);
+    const auto [known, isFirst] = all.libraries.try_emplace(handle, modules);
+    if (!isFirst) modules = known->second;
+    if (modules.empty()) {
+        throw ModuleException(library + ": registers no module");
     }
+    const auto isRegistered = [&](const ZinModule* module) {
+        const auto at = all.modules.find(module->name);
+        return at != all.modules.end() && at->second == module;
+    };
+    if (std::all_of(modules.begin(), modules.end(), isRegistered)) return modules;
+    Registry joined{.mutex = {}, .modules = all.modules, .types = all.types, .libraries = {}};
+    for (const ZinModule* const module : modules) {
+        requireNew(joined, *module, library);
+        joined.add(*module);
+    }
+    all.modules.swap(joined.modules);
+    all.types.swap(joined.types);
+    return modules;
 }
 
 void forEachModule(const std::function<void(const ZinModule&)>& visit) {

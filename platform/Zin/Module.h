@@ -9,7 +9,9 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "Zin/Entity.h"
 #include "Zin/Export.h"
@@ -244,6 +246,13 @@ struct ModuleRegistration {
     // Calls zinModuleIs.
     explicit ModuleRegistration(const ZinModule* module) { zinModuleIs(module); }
 };
+
+// Loads a shared library, found as dlopen(3) finds it, and registers the modules that its
+// static initialisers hand over: all of them, or none and a ModuleException that says why: it
+// cannot be loaded, brings no module, or one whose name, fingerprint or types another module has
+// already. The library stays loaded in either case; to load it again returns, or throws, the
+// same. Linear in the number of all types.
+ZIN_EXPORT std::vector<const ZinModule*> modulesOf(const std::string& library);
 
 // All modules, in the order of their names.
 ZIN_EXPORT void forEachModule(const std::function<void(const ZinModule&)>& visit);

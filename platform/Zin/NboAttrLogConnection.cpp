@@ -30,6 +30,19 @@ bool isWithin(const Entity& entity, const Entity& root) {
     return false;
 }
 
+// A message in words: one about an attribute, or its deletion, with the entity that it is
+// about.
+std::string messageNamed(std::uint32_t id, const Sa* selected) {
+    if (id < firstAttributeId || !selected) return "message " + std::to_string(id);
+    const bool deletion = static_cast<std::int32_t>(id) < 0;
+    const AttributeId attribute = deletion ? ~id + 1 : id;
+    const AttributeInfo* const info = selected->type().attribute(attribute);
+    return std::string(selected->type().name) + " \"" +
+           std::string(selected->entity().name().view()) +
+           (deletion ? "\", deletion in attribute " : "\", attribute ") +
+           std::to_string(attribute) + (info ? " (" + std::string(info->name) + ")" : "");
+}
+
 }  // namespace
 
 std::string_view nameOf(StreamErrorKind kind) noexcept {
@@ -275,7 +288,7 @@ void Connection::takeMessage(std::span<const std::byte> whole) {
         fail(
             StreamErrorKind::malformed,
             start + headerSize + failure.position(),
-            "message " + std::to_string(id) + ": " + failure.what());
+            messageNamed(id, selectedIn_) + ": " + failure.what());
     } catch (const std::bad_alloc&) {
         fail(StreamErrorKind::resources, start, "no memory to apply a message");
     }

@@ -111,15 +111,19 @@ const EntityTypeInfo& typeInfoOf(const Entity& entity) {
 }
 
 // A type with a text of its own may restrict its fields: it must be able to read its text.
-void requireSound(const ValueInfo& type, const void* value) {
+void requireSound(const std::string& path, const ValueInfo& type, const void* value) {
     if (type.kind == ValueKind::text) {
         std::string text;
         appendText(text, type, value);
         if (!type.equal(Any::fromText(type, text).get(), value)) {
-            throw Exception(std::string(type.name) + " has no such value: it reads as " + text);
+            throw Exception(
+                path + ": " + std::string(type.name) + " has no such value: it reads as " +
+                text);
         }
     } else if (type.kind == ValueKind::fields) {
-        for (const FieldInfo& field : type.fields) requireSound(*field.type, field.in(value));
+        for (const FieldInfo& field : type.fields) {
+            requireSound(path, *field.type, field.in(value));
+        }
     }
 }
 
@@ -137,14 +141,15 @@ std::string argumentNames(const EntityTypeInfo& type, std::size_t from) {
 
 // The constructor arguments of a child from that one on.
 std::vector<Any> constructorArguments(
+    const std::string& path,
     const EntityTypeInfo& type,
     std::size_t from,
     std::span<const std::string_view> texts) {
     const auto due = type.constructorArguments.subspan(from);
     if (texts.size() != due.size()) {
         throw Exception(
-            std::to_string(texts.size()) + " arguments for a " + std::string(type.name) +
-            ", due: " + argumentNames(type, from));
+            path + ": " + std::to_string(texts.size()) + " arguments for a " +
+            std::string(type.name) + ", due: " + argumentNames(type, from));
     }
     std::vector<Any> arguments;
     for (std::size_t i = 0; i < due.size(); ++i) {
@@ -429,7 +434,7 @@ void Place::valueIs(const Any& value) const {
             path_ + ": a value of " + std::string(value.type()->name) + " was given, " +
             std::string(held->name) + " is due");
     }
-    requireSound(*held, value.get());
+    requireSound(path_, *held, value.get());
     Any all = fields_.empty() ? value : whole();
     if (!fields_.empty()) {
         void* part = all.get();
@@ -439,7 +444,7 @@ void Place::valueIs(const Any& value) const {
         const ValueInfo* around = attribute_->value;
         part = all.get();
         for (const FieldInfo* const field : fields_) {
-            if (around->kind == ValueKind::text) requireSound(*around, part);
+            if (around->kind == ValueKind::text) requireSound(path_, *around, part);
             part = field->mutableIn(part);
             around = field->type;
         }
@@ -472,7 +477,7 @@ void Place::make(std::span<const std::string_view> texts) const {
         // The name is the key, or the first argument.
         const bool isSingle = attribute_->kind == AttributeKind::singleton;
         const std::vector<Any> arguments =
-            constructorArguments(*child, isSingle ? 0 : 1, texts);
+            constructorArguments(path_, *child, isSingle ? 0 : 1, texts);
         std::vector<const void*> pointers;
         pointers.reserve(arguments.size());
         for (const Any& argument : arguments) pointers.push_back(argument.get());

@@ -315,6 +315,8 @@ TEST(HostileBytes, FaultsAreTold) {
         std::vector<Bytes> before;
         Bytes bytes;
         StreamErrorKind kind;
+        // What the text says among other things.
+        std::string about = {};
     };
     const Case cases[] = {
         {{}, mount, StreamErrorKind::protocol},
@@ -339,7 +341,8 @@ TEST(HostileBytes, FaultsAreTold) {
          StreamErrorKind::malformed},
         {{hello, mount, select},
          message(static_cast<MessageId>(261), 5u, true),
-         StreamErrorKind::malformed},
+         StreamErrorKind::malformed,
+         "Lab::Bench \"bench\", attribute 261 (wide): "},
         {{hello, mount, select},
          message(static_cast<MessageId>(267), 0xfffffff0u),
          StreamErrorKind::malformed},
@@ -380,6 +383,8 @@ TEST(HostileBytes, FaultsAreTold) {
         EXPECT_EQ(victim.connection->error()->kind, c.kind) << victim.connection->error()->text;
         EXPECT_GE(victim.connection->error()->position, fed);
         EXPECT_EQ(difference(before, dump(*victim.entity)), "");
+        const std::string& text = victim.connection->error()->text;
+        EXPECT_NE(text.npos, text.find(c.about)) << text;
         victim.check(fed + c.bytes.size());
         EXPECT_TRUE(victim.connection->produce(1).empty());
     }

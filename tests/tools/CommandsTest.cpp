@@ -424,7 +424,7 @@ TEST_F(CommandsTest, LinesAreCompleted) {
         {"corra get --j", {"--json "}},
         {"corra types PseudowireC", {"PseudowireConfig "}},
         {"corra get --at=" + directory_.path() + "/pw", {directory_.path() + "/pw.json "}},
-        {"corra diff x -", {"--help", "--json", "--timeout"}},
+        {"corra diff x -", {"--help", "--json", "--module", "--timeout"}},
         {"corra dump -a u", {"unix:"}},
         {"corra get pw", {"pw", "pw."}},
         {"corra get p", {"panel", "pw"}},

@@ -1,5 +1,7 @@
 #include "corra/Commands.h"
 
+#include "corra/Modules.h"
+
 namespace corra {
 
 namespace {
@@ -17,6 +19,15 @@ constexpr const char* aboutTool =
 Commands::Commands() : app_(aboutTool, "corra") {
     app_.set_version_flag("--version", "corra " CORRA_VERSION);
     app_.require_subcommand(1);
+    app_.add_option(
+            "--module",
+            libraries_,
+            "Know the types of the modules in this library too; may be repeated; also "
+            "$CORRA_MODULE")
+        ->type_name(argument::library)
+        ->allow_extra_args(false);
+    // It may stand behind the command, too.
+    app_.fallthrough();
     addServing(*this);
     addReading(*this);
     addChanging(*this);
@@ -27,6 +38,11 @@ Commands::Commands() : app_(aboutTool, "corra") {
             if (option->get_name() == option->get_type_name()) option->option_text(" ");
         }
     }
+}
+
+int Commands::run() const {
+    loadModules(libraries_);
+    return chosen_();
 }
 
 void addAt(CLI::App& command, std::string& at) {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "corra/Source.h"
 
@@ -23,8 +24,9 @@ class Commands {
     Commands();
 
     CLI::App& app() { return app_; }
-    // Runs the command that was parsed, and returns the exit status.
-    int run() const { return chosen_(); }
+    // Runs the command that was parsed, with the modules that the line and the environment
+    // name, and returns the exit status.
+    int run() const;
 
     // A command that is run with options of its own.
     template <class Options>
@@ -44,6 +46,7 @@ class Commands {
 
   private:
     CLI::App app_;
+    std::vector<std::string> libraries_;
     std::function<int()> chosen_;
 };
 
@@ -53,6 +56,7 @@ inline constexpr const char* address = "ADDRESS";
 inline constexpr const char* directory = "DIR";
 inline constexpr const char* file = "FILE";
 inline constexpr const char* format = "FORMAT";
+inline constexpr const char* library = "LIBRARY";
 inline constexpr const char* module = "MODULE";
 inline constexpr const char* name = "NAME";
 inline constexpr const char* path = "PATH";

@@ -9,6 +9,7 @@
 #include "Zin/Place.h"
 #include "corra/Commands.h"
 #include "corra/Locate.h"
+#include "corra/Modules.h"
 #include "corra/ShellLine.h"
 #include "corra/Source.h"
 #include "corra/Why.h"
@@ -46,11 +47,15 @@ class Cursor {
     // What was given for --at.
     const std::string& at() const { return at_; }
     const std::string& path() const { return path_; }
+    // What was given for --module.
+    const std::vector<std::string>& libraries() const { return libraries_; }
 
   private:
     void takeWord(const std::string& word);
     void takeValue(const CLI::Option& option, const std::string& value);
     const CLI::Option* positional() const;
+    // An option of the command, or one that all commands have.
+    const CLI::Option* optionNamed(const std::string& name) const;
     // The option that a word begins with, with its value in the same word: "--at=VALUE".
     const CLI::Option* named(const std::string& word, std::string& inner) const;
 
@@ -62,6 +67,7 @@ class Cursor {
     std::string before_;
     std::string at_;
     std::string path_;
+    std::vector<std::string> libraries_;
 };
 
 Cursor::Cursor(const CLI::App& app, const std::vector<std::string>& words) : command_(&app) {
@@ -88,7 +94,7 @@ void Cursor::takeWord(const std::string& word) {
         if (const CLI::Option* const option = named(word, inner)) {
             takeValue(*option, word.substr(inner.size()));
         } else {
-            const CLI::Option* const alone = command_->get_option_no_throw(word);
+            const CLI::Option* const alone = optionNamed(word);
             if (alone && takesValue(*alone)) pending_ = alone;
         }
     } else if (!command_->get_parent()) {
@@ -104,6 +110,7 @@ void Cursor::takeWord(const std::string& word) {
 void Cursor::takeValue(const CLI::Option& option, const std::string& value) {
     if (option.check_name("--at")) at_ = value;
     if (option.get_type_name() == argument::path) path_ = value;
+    if (option.get_type_name() == argument::library) libraries_.push_back(value);
 }
 
 const CLI::Option* Cursor::positional() const {
@@ -117,12 +124,18 @@ const CLI::Option* Cursor::positional() const {
     return nullptr;
 }
 
+const CLI::Option* Cursor::optionNamed(const std::string& name) const {
+    const CLI::Option* const own = command_->get_option_no_throw(name);
+    const CLI::App* const parent = command_->get_parent();
+    return own || !parent ? own : parent->get_option_no_throw(name);
+}
+
 const CLI::Option* Cursor::named(const std::string& word, std::string& inner) const {
     const std::size_t equals = word.find('=');
     if (!word.starts_with("--") || equals == std::string::npos) return nullptr;
-    const CLI::Option* const option = command_->get_option_no_throw(word.substr(0, equals));
+    const CLI::Option* const found = optionNamed(word.substr(0, equals));
     inner = word.substr(0, equals + 1);
-    return option && takesValue(*option) ? option : nullptr;
+    return found && takesValue(*found) ? found : nullptr;
 }
 
 std::vector<Candidate> commandCandidates(const CLI::App& app) {
@@ -135,9 +148,16 @@ std::vector<Candidate> commandCandidates(const CLI::App& app) {
 
 std::vector<Candidate> optionCandidates(const CLI::App& command) {
     std::vector<Candidate> candidates;
-    for (const CLI::Option* const option : command.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
+    const auto add = [&](const CLI::Option& option) {
+        for (const std::string& name : option.get_lnames()) {
             candidates.push_back({"--" + name});
+        }
+    };
+    for (const CLI::Option* const option : command.get_options()) add(*option);
+    if (const CLI::App* const parent = command.get_parent()) {
+        // Those that all commands have; --help is among their own.
+        for (const CLI::Option* const option : parent->get_options()) {
+            if (takesValue(*option)) add(*option);
         }
     }
     return candidates;
@@ -219,7 +239,7 @@ std::vector<Candidate> candidatesFor(const Cursor& cursor, const std::string& be
     if (kind == argument::module) return moduleCandidates();
     if (kind == argument::shell) return {{"bash"}};
     if (kind == argument::format) return {{"dot"}, {"svg"}, {"png"}};
-    if (kind == argument::file || kind == argument::directory) {
+    if (kind == argument::library || kind == argument::file || kind == argument::directory) {
         return fileCandidates(begun, "");
     }
     return {};
@@ -286,6 +306,7 @@ completions(const CLI::App& app, std::string_view line, std::string_view wordBre
     try {
         if (cursor.argument()) {
             const std::string begun = shellLine.last().substr(cursor.before().size());
+            loadModules(cursor.libraries());
             candidates = candidatesFor(cursor, begun);
             for (Candidate& each : candidates) each.text.insert(0, cursor.before());
         } else if (shellLine.last().starts_with('-')) {

@@ -37,9 +37,10 @@ bool isString(const Zin::ValueInfo& type) {
 }
 
 // A string need not be in quotes, unless its bare text would be one in quotes.
-void setText(const Zin::Place& place, const std::string& text) {
+void setText(const Located& at, const std::string& text) {
+    const Zin::Place& place = at.place;
     try {
-        withCaret(text, [&] {
+        const auto setIt = [&] {
             try {
                 place.textIs(text);
             } catch (const Zin::TextException&) {
@@ -48,9 +49,10 @@ void setText(const Zin::Place& place, const std::string& text) {
                 Zin::appendQuoted(quoted, text);
                 place.textIs(quoted);
             }
-        });
+        };
+        withCaret(text, setIt, at.path);
     } catch (const Zin::RangeException& failure) {
-        throw std::runtime_error(text + ": " + failure.what());
+        throw std::runtime_error(at.path + ": " + text + ": " + failure.what());
     }
 }
 
@@ -60,14 +62,18 @@ void set(const Located& at, const std::vector<std::string>& values) {
     if (place.kind() == collection) {
         throw std::runtime_error(at.path + " is a collection: set its members");
     }
-    if (place.type() && values.size() == 1) return setText(place, values[0]);
+    if (place.type() && values.size() == 1) return setText(at, values[0]);
     const bool isField = place.type() && !at.path.ends_with(']');
     if (isField || (place.type() && !values.empty())) {
         throw std::runtime_error(
             at.path + ": one value is expected, " + std::string(place.type()->name));
     }
     const std::vector<std::string_view> arguments(values.begin(), values.end());
-    Zin::Place::made(at.root, at.rest, arguments, at.position);
+    try {
+        Zin::Place::made(at.root, at.rest, arguments, at.position);
+    } catch (const Zin::TextException& failure) {
+        throw std::runtime_error(at.path + ": " + failure.what());
+    }
 }
 
 int edit(const EditOptions& options, const std::function<int(const Located&)>& change) {

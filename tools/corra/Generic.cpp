@@ -19,8 +19,9 @@ void operate(
     const auto status = attribute.operate(nullptr, entity, op, key, value);
     if (status == Zin::GenericIf::Status::done) return;
     throw Zin::Exception(
-        std::string(entity.fwkType().name()) + '.' + std::string(attribute.name) +
-        " cannot be changed so");
+        std::string(entity.fwkType().name()) + " \"" + std::string(entity.name().view()) +
+        "\", attribute " + std::to_string(attribute.id) + " (" + std::string(attribute.name) +
+        ") cannot be changed so");
 }
 
 }  // namespace

@@ -23,14 +23,14 @@ std::string namesOf(const Roots& roots) {
 }
 
 [[noreturn]] void
-failWithCaret(const Zin::Exception& failure, std::string_view text, std::size_t position) {
+failWithCaret(const std::string& what, std::string_view text, std::size_t position) {
     // Columns are characters, not bytes.
     const std::string_view before = text.substr(0, position);
     const auto columns = std::count_if(before.begin(), before.end(), [](char c) {
         return (static_cast<unsigned char>(c) & 0xc0U) != 0x80U;
     });
     throw std::runtime_error(
-        failure.what() + std::string("\n  ") + std::string(text) + "\n  " +
+        what + "\n  " + std::string(text) + "\n  " +
         std::string(static_cast<std::size_t>(columns), ' ') + '^');
 }
 
@@ -81,15 +81,19 @@ std::vector<Fact> factsOf(const Roots& roots) {
     return facts;
 }
 
-void withCaret(std::string_view text, const std::function<void()>& call) {
+void withCaret(
+    std::string_view text,
+    const std::function<void()>& call,
+    const std::string& place) {
+    const std::string about = place.empty() ? "" : place + ": ";
     try {
         call();
     } catch (const Zin::AbsentException&) {
         throw;
     } catch (const Zin::PathException& failure) {
-        failWithCaret(failure, text, failure.position());
+        failWithCaret(about + failure.what(), text, failure.position());
     } catch (const Zin::TextException& failure) {
-        failWithCaret(failure, text, failure.position());
+        failWithCaret(about + failure.what(), text, failure.position());
     }
 }
 

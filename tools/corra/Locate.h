@@ -36,7 +36,11 @@ std::vector<Fact> factsAt(const Roots& roots, std::string_view path);
 std::vector<Fact> factsOf(const Roots& roots);
 
 // Calls, and adds a line with the text and a caret below the byte at which it is wrong to what
-// is said of a bad path or a bad text. A Zin::AbsentException passes.
-void withCaret(std::string_view text, const std::function<void()>& call);
+// is said of a bad path or a bad text. That begins with `place`, where there is one. A
+// Zin::AbsentException passes.
+void withCaret(
+    std::string_view text,
+    const std::function<void()>& call,
+    const std::string& place = {});
 
 }  // namespace corra
