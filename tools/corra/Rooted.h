@@ -8,7 +8,7 @@
 #include "Zin/Strep.h"
 #include "corra/Facts.h"
 #include "corra/Roots.h"
-#include "frame/TypeImpl.h"
+#include "frame/Entity.h"
 
 namespace corra {
 
@@ -33,7 +33,7 @@ class Rooted {
     explicit operator bool() const { return entity_ != nullptr; }
     const T* operator->() const { return entity_; }
     const T* get() const { return entity_; }
-    static std::string type() { return std::string(frame::entityTypeInfo<T>.name); }
+    static std::string type() { return std::string(frame::entitySchemaOf<T>.typeName); }
 
     std::string at(std::string_view attribute) const {
         return path_ + '.' + std::string(attribute);
