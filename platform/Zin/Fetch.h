@@ -11,6 +11,7 @@
 
 namespace Zin {
 
+// Whether values of the type have strings in them, or are strings.
 template <class T>
 consteval bool keepsElsewhere() {
     if constexpr (describe::Described<T>) {
@@ -21,6 +22,7 @@ consteval bool keepsElsewhere() {
     }
 }
 
+// Asks for what one value keeps elsewhere. Costs about an instruction per string.
 template <class T>
 void fetchKept(const T& value) noexcept {
     if constexpr (std::same_as<T, String>) {

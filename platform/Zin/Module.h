@@ -211,6 +211,7 @@ struct EntityTypeInfo {
     }
     ZIN_EXPORT const AttributeInfo* attribute(std::string_view name) const noexcept;
 
+    // What attribute(id) does where the ids have gaps. Logarithmic.
     ZIN_EXPORT const AttributeInfo* attributeAmongAll(AttributeId id) const noexcept;
 };
 
@@ -249,9 +250,9 @@ struct ModuleRegistration {
 
 // Loads a shared library, found as dlopen(3) finds it, and registers the modules that its
 // static initialisers hand over: all of them, or none and a ModuleException that says why: it
-// cannot be loaded, brings no module, or one whose name, fingerprint or types another module has
-// already. The library stays loaded in either case; to load it again returns, or throws, the
-// same. Linear in the number of all types.
+// cannot be loaded, brings no module, or one whose name, fingerprint or types another module
+// has already. The library stays loaded in either case; to load it again returns, or throws,
+// the same. Linear in the number of all types.
 ZIN_EXPORT std::vector<const ZinModule*> modulesOf(const std::string& library);
 
 // All modules, in the order of their names.

@@ -34,7 +34,9 @@ constexpr std::uint64_t shortForm = support::isSlow ? 800 : 2000;
 
 // Most faults that are there show in short schedules, which there is time for many of; one in
 // sixteen is long, for what builds up.
-constexpr unsigned stepsOf(std::uint64_t seed) { return seed % 16 == 0 ? 5000 : 1000; }
+constexpr unsigned stepsOf(std::uint64_t seed) {
+    return seed % 16 == 0 ? 5000 : 1000;
+}
 
 // From how many schedules on each of these must have come up.
 constexpr std::uint64_t enough = 800;
