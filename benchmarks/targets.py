@@ -63,6 +63,21 @@ def _edits():
         yield Target("ScaleEdit", operation, {1_000_000: 2}, than=1_000)
 
 
+def _mutators():
+    yield Target("Mutators", "SetUnchanged", {1: 2})
+    yield Target("Mutators", "SetChanged", {1: 1.3}, peer="ByHand")
+    yield Target("Mutators", "SetChanged", {1: 1 / 12}, peer="BoostSignals2")
+    yield Target("Mutators", "MemberSet", {1_000: 1.2}, peer="BareCollection")
+
+
+def _attribute_log():
+    for bytes in (25, 64):
+        for operation in ("Encode", "Decode"):
+            for peer, limit in (("ByHand", 1.5), ("Protobuf", 1 / 3)):
+                yield Target("AttributeLog", f"{operation}{bytes}", {65_536: limit}, peer=peer)
+        yield Target("AttributeLog", f"Apply{bytes}", {65_536: 1.5}, peer="BareCollection")
+
+
 def _end_to_end():
     sizes = (100_000, 1_000_000)
     for peer, least in (("Ovsdb", 80), ("Redis", 6)):
@@ -71,7 +86,14 @@ def _end_to_end():
     yield Target("EndToEnd", "Changes", dict.fromkeys(sizes, 5e6), "heard/s", least=True)
 
 
-targets = [*_hashed(), *_ordered(), *_edits(), *_end_to_end()]
+targets = [
+    *_hashed(),
+    *_ordered(),
+    *_edits(),
+    *_mutators(),
+    *_attribute_log(),
+    *_end_to_end(),
+]
 
 
 def slower(factor):

@@ -30,20 +30,27 @@ concept HashedValue = Value<T> && !requires {
     requires !T::hashed;
 };
 
+namespace detail {
+
+// Whether those fields are equal that lie in the value itself, or those that may not.
+template <bool inValue, class T>
+constexpr bool fieldsEqual(const T& a, const T& b) {
+    return schemaOf<T>.all([&](auto field) {
+        using Field = typename decltype(field)::Value;
+        if constexpr (std::is_trivially_copyable_v<Field> == inValue) {
+            return field.in(a) == field.in(b);
+        } else {
+            return true;
+        }
+    });
+}
+
+}  // namespace detail
+
 // Field by field; those that lie in the value itself first, as others may wait for memory.
 template <Value T>
 constexpr bool operator==(const T& a, const T& b) {
-    const auto equalWhere = [&]<bool inValue>(std::bool_constant<inValue>) {
-        return schemaOf<T>.all([&](auto field) {
-            using Field = typename decltype(field)::Value;
-            if constexpr (std::is_trivially_copyable_v<Field> == inValue) {
-                return field.in(a) == field.in(b);
-            } else {
-                return true;
-            }
-        });
-    };
-    return equalWhere(std::true_type()) && equalWhere(std::false_type());
+    return detail::fieldsEqual<true>(a, b) && detail::fieldsEqual<false>(a, b);
 }
 
 // The first field that differs decides, with its own order.

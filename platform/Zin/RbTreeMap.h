@@ -57,8 +57,8 @@ class RbTreeMap {
         RbTreeNode* at = core_.root();
         while (at) {
             const auto where = compared(key, *at);
-            if (where == 0) break;
-            at = below(*at, where < 0);
+            if (std::is_eq(where)) break;
+            at = below(*at, std::is_lt(where));
         }
         return memberOf(at);
     }
@@ -197,11 +197,11 @@ class RbTreeMap {
         Found found;
         for (RbTreeNode* at = core_.root(); at; at = below(*at, found.place.left)) {
             const auto where = compared(key, *at);
-            if (where == 0) {
+            if (std::is_eq(where)) {
                 found.node = at;
                 break;
             }
-            found.place = {at, where < 0};
+            found.place = {at, std::is_lt(where)};
         }
         return found;
     }
@@ -210,8 +210,8 @@ class RbTreeMap {
         RbTreeNode* best = nullptr;
         for (RbTreeNode* at = core_.root(); at;) {
             const auto where = compared(key, *at);
-            if (where == 0 && included) return memberOf(at);
-            const bool left = where < 0;
+            if (std::is_eq(where) && included) return memberOf(at);
+            const bool left = std::is_lt(where);
             if (left) best = at;
             at = below(*at, left);
         }
