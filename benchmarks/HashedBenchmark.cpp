@@ -21,13 +21,9 @@ const Sizes sizes = {1000, 65536, 1000000};
 template <class C>
 void addBasic(const std::string& group, const std::string& who) {
     const Adder at(group, who, sizes);
-    at("Hit", hit<C>);
-    at("Miss", miss<C>);
-    at("Insert", insert<C>);
+    addCommon<C>(at);
     at("EraseInsert", eraseInsert<C>);
-    at("Iterate", iterate<C>);
     at("IterateFirst", iterateFirst<C>);
-    at("Memory", memory<C>, 1);
 }
 template <class C>
 void add(const std::string& group, const std::string& who) {

@@ -33,16 +33,25 @@ inline void countPerIteration(benchmark::State& state, std::size_t operations) {
         benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
+// Does it to one key an iteration, again from the first when all had their turn.
+template <class Key, class Operation>
+[[gnu::always_inline]] inline void
+inTurn(benchmark::State& state, const std::vector<Key>& keys, Operation&& operation) {
+    std::size_t i = 0;
+    for (auto _ : state) {
+        operation(keys[i]);
+        if (++i == keys.size()) i = 0;
+    }
+}
+
 template <class C>
 void hit(benchmark::State& state) {
     const auto& keys = keysOf<C>(state);
     C container;
     fill(container, keys.stored);
-    std::size_t i = 0;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(glance(*container.find(keys.sought[i])));
-        if (++i == keys.sought.size()) i = 0;
-    }
+    inTurn(state, keys.sought, [&](const auto& key) {
+        benchmark::DoNotOptimize(glance(*container.find(key)));
+    });
 }
 
 // Each key is known only when the value before it was read.
@@ -63,11 +72,9 @@ void miss(benchmark::State& state) {
     const auto& keys = keysOf<C>(state);
     C container;
     fill(container, keys.stored);
-    std::size_t i = 0;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(container.find(keys.absent[i]));
-        if (++i == keys.absent.size()) i = 0;
-    }
+    inTurn(state, keys.absent, [&](const auto& key) {
+        benchmark::DoNotOptimize(container.find(key));
+    });
 }
 
 // Per member, growing from empty.
@@ -134,12 +141,10 @@ void eraseInsert(benchmark::State& state) {
     const auto& keys = keysOf<C>(state);
     C container;
     fill(container, keys.stored);
-    std::size_t i = 0;
-    for (auto _ : state) {
-        container.erase(keys.sought[i]);
-        container.insert(keys.sought[i], memberAt<C>(0));
-        if (++i == keys.sought.size()) i = 0;
-    }
+    inTurn(state, keys.sought, [&](const auto& key) {
+        container.erase(key);
+        container.insert(key, memberAt<C>(0));
+    });
 }
 
 template <class C>
@@ -193,12 +198,10 @@ void copyAndChange(benchmark::State& state) {
     const auto& keys = keysOf<C>(state);
     C container;
     fill(container, keys.stored);
-    std::size_t i = 0;
-    for (auto _ : state) {
+    inTurn(state, keys.sought, [&](const auto& key) {
         C other(container);
-        other.insert(keys.sought[i], valueAt<typename C::Value>(1));
-        if (++i == keys.sought.size()) i = 0;
-    }
+        other.insert(key, valueAt<typename C::Value>(1));
+    });
 }
 
 template <class C>
@@ -239,5 +242,15 @@ class Adder {
     std::string group_, who_;
     Sizes sizes_;
 };
+
+// What is measured on each container, and compared with the like of it.
+template <class C>
+void addCommon(const Adder& at) {
+    at("Hit", hit<C>);
+    at("Miss", miss<C>);
+    at("Insert", insert<C>);
+    at("Iterate", iterate<C>);
+    at("Memory", memory<C>, 1);
+}
 
 }  // namespace bench

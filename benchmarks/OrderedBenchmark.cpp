@@ -18,12 +18,8 @@ using namespace bench;
 template <class C>
 void add(const std::string& group, const std::string& who, const Sizes& sizes) {
     const Adder at(group, who, sizes);
-    at("Hit", hit<C>);
-    at("Miss", miss<C>);
-    at("Insert", insert<C>);
+    addCommon<C>(at);
     at("Erase", erase<C>);
-    at("Iterate", iterate<C>);
-    at("Memory", memory<C>, 1);
 }
 
 template <class K>

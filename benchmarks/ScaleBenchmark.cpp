@@ -18,12 +18,8 @@ const Sizes sizes = {1000, 3162, 10000, 31623, 100000, 316228, 1000000};
 template <class C>
 void add(const std::string& group, const std::string& who) {
     const Adder at(group, who, sizes);
-    at("Hit", hit<C>);
-    at("Miss", miss<C>);
-    at("Insert", insert<C>);
+    addCommon<C>(at);
     at("Erase", erase<C>);
-    at("Iterate", iterate<C>);
-    at("Memory", memory<C>, 1);
     if constexpr (std::is_copy_constructible_v<C>) {
         at("Copy", copy<C>);
         at("CopyChange", copyAndChange<C>);

@@ -328,7 +328,7 @@ class Scene {
     }
 
     TemporaryDirectory directory_;
-    std::string socket_ = directory_ / "owner";
+    std::string socket_ = directory_.path() + "/owner";
     Process owner_;
     std::unique_ptr<Process> mirrors_;
     std::uint64_t barrier_ = 0;

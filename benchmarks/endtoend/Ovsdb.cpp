@@ -254,8 +254,8 @@ std::string endOf(std::uint32_t round) {
 
 class Ovsdb final : public Peer {
   public:
-    Ovsdb() : server_(command(), directory_ / "log") {
-        server_.waitForSocket(socket_, directory_ / "log");
+    Ovsdb() : server_(command(), directory_.path() + "/log") {
+        server_.waitForSocket(socket_, directory_.path() + "/log");
     }
 
     const Process& server() const override { return server_; }
@@ -318,18 +318,18 @@ class Ovsdb final : public Peer {
   private:
     std::vector<std::string> command() const {
         const std::string server = installed("ovsdb-server");
-        const std::string file = directory_ / "database";
-        const std::string schema = directory_ / "schema";
+        const std::string file = directory_.path() + "/database";
+        const std::string schema = directory_.path() + "/schema";
         const json content = {
             {"name", database},
             {"version", "1.0.0"},
             {"tables", {{table, {{"columns", columns()}, {"isRoot", true}}}}}};
         std::ofstream(schema) << content;
-        runToEnd({installed("ovsdb-tool"), "create", file, schema}, directory_ / "log");
+        runToEnd({installed("ovsdb-tool"), "create", file, schema}, directory_.path() + "/log");
         return {
             server,
             "--remote=punix:" + socket_,
-            "--unixctl=" + std::string(directory_ / "control"),
+            "--unixctl=" + directory_.path() + "/control",
             "-vconsole:warn",
             "-vsyslog:off",
             file};
@@ -353,7 +353,7 @@ class Ovsdb final : public Peer {
     }
 
     TemporaryDirectory directory_;
-    std::string socket_ = directory_ / "socket";
+    std::string socket_ = directory_.path() + "/socket";
     Process server_;
 };
 

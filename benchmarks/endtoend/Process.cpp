@@ -207,17 +207,6 @@ std::string installed(const std::string& program) {
     throw NotInstalled(program);
 }
 
-TemporaryDirectory::TemporaryDirectory() {
-    std::string pattern = std::filesystem::temp_directory_path() / "corra-endtoend-XXXXXX";
-    if (!::mkdtemp(pattern.data())) throwErrno(pattern);
-    path_ = pattern;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
 // --- Stopwatch ---
 
 double Stopwatch::seconds() const {

@@ -21,9 +21,11 @@
 #include <vector>
 
 #include "Zin/NboAttrLogFd.h"
+#include "corra/Process.h"
 
 namespace endtoend {
 
+using corra::TemporaryDirectory;
 using Zin::NboAttrLog::Fd;
 
 // One end of the socket between the benchmark and a process that it forked. It carries values
@@ -99,20 +101,6 @@ std::string installed(const std::string& program);
 struct NotInstalled : std::runtime_error {
     explicit NotInstalled(const std::string& program)
         : std::runtime_error(program + " is not installed") {}
-};
-
-// Goes with the object.
-class TemporaryDirectory {
-  public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    std::filesystem::path operator/(const char* name) const { return path_ / name; }
-
-  private:
-    std::filesystem::path path_;
 };
 
 // What one process of a benchmark found.

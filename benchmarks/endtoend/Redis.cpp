@@ -106,8 +106,8 @@ std::string text(std::int64_t value) {
 
 class Redis final : public Peer {
   public:
-    Redis() : server_(command(), directory_ / "log") {
-        server_.waitForSocket(socket_, directory_ / "log");
+    Redis() : server_(command(), directory_.path() + "/log") {
+        server_.waitForSocket(socket_, directory_.path() + "/log");
     }
 
     const Process& server() const override { return server_; }
@@ -205,7 +205,7 @@ class Redis final : public Peer {
     }
 
     TemporaryDirectory directory_;
-    std::string socket_ = directory_ / "socket";
+    std::string socket_ = directory_.path() + "/socket";
     Process server_;
 };
 

@@ -24,40 +24,20 @@
 
 namespace {
 
+using corra::readWholeFile;
 using corra::test::captureDirectory;
+using corra::test::Ran;
 using corra::test::Tool;
 using corra::test::waitUntil;
-using Words = std::vector<std::string>;
+using corra::test::Words;
 
 const std::string manual = std::string(CORRA_SOURCE_DIR) + "/tools/corra/corra.1";
 
-std::string contents(const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    EXPECT_TRUE(in) << file;
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-struct Ran {
-    int status;
-    std::string output;
-    std::string errors;
-};
-
-class CommandsTest : public testing::Test {
+class CommandsTest : public corra::test::CommandTest {
   protected:
     CommandsTest() {
-        ::setenv("CORRA_TEST_ERRORS", errors_.c_str(), 1);
-        ::unsetenv("CORRA_AT");
         const Ran exported = run({"export", "-a", captureDirectory("t0-alone"), "-o", file_});
         EXPECT_EQ(0, exported.status) << exported.errors;
-    }
-
-    Ran run(const Words& arguments) const {
-        std::ofstream(errors_, std::ios::trunc).flush();
-        Tool tool(arguments);
-        const std::string output = tool.rest();
-        const int status = tool.wait();
-        return {status, output, contents(errors_)};
     }
 
     // A server of sources that can be connected to.
@@ -66,14 +46,7 @@ class CommandsTest : public testing::Test {
         ::setenv("CORRA_TEST_ERRORS", (errors_ + ".server").c_str(), 1);
         Tool server(arguments);
         ::setenv("CORRA_TEST_ERRORS", errors_.c_str(), 1);
-        waitUntil([&] {
-            try {
-                Zin::NboAttrLog::connectTo(Zin::NboAttrLog::Address::fromText(address));
-                return true;
-            } catch (const std::exception&) {
-                return false;
-            }
-        });
+        corra::test::waitUntilServed(address);
         return server;
     }
 
@@ -83,8 +56,6 @@ class CommandsTest : public testing::Test {
         return dumped.output;
     }
 
-    const corra::TemporaryDirectory directory_;
-    const std::string errors_ = directory_.path() + "/errors";
     const std::string file_ = directory_.path() + "/pw.json";
     const std::string live_ = "unix:" + directory_.path() + "/pw.sock";
 };
@@ -245,7 +216,7 @@ TEST_F(CommandsTest, AnImportMakesOwnersAndFilesTheSame) {
     const std::string t3 = captureDirectory("t3-pe3-back-reconfigured");
     const Tool server = served({"--writable", file_}, live_);
     Tool watcher({"watch", "--at", live_, "--once"});
-    waitUntil([&] { return contents(errors_).find("synchronised") != std::string::npos; });
+    waitUntil([&] { return readWholeFile(errors_).find("synchronised") != std::string::npos; });
     const Ran differing = run({"diff", live_, t3});
     EXPECT_EQ(1, differing.status);
 
@@ -255,10 +226,10 @@ TEST_F(CommandsTest, AnImportMakesOwnersAndFilesTheSame) {
     EXPECT_EQ("", run({"import", t3, "--at", live_}).output);
     EXPECT_EQ(0, run({"diff", live_, t3}).status);
     EXPECT_EQ(differing.output, run({"import", live_, "--at", file_}).output);
-    EXPECT_EQ(corra::stateText(corra::readStateFile(file_)), contents(file_));
-    EXPECT_EQ(run({"export", "-a", live_}).output, contents(file_));
+    EXPECT_EQ(corra::stateText(corra::readStateFile(file_)), readWholeFile(file_));
+    EXPECT_EQ(run({"export", "-a", live_}).output, readWholeFile(file_));
 
-    const std::string before = contents(file_);
+    const std::string before = readWholeFile(file_);
     corra::writeFileAtomically(
         directory_.path() + "/bad",
         R"({"format": "x", "version": 1, "roots": {}})");
@@ -268,7 +239,7 @@ TEST_F(CommandsTest, AnImportMakesOwnersAndFilesTheSame) {
         EXPECT_NE(bad.errors.npos, bad.errors.find("/bad: /format: ")) << bad.errors;
         EXPECT_EQ(2, run({"export", "--at", at, "-o", directory_.path()}).status);
     }
-    EXPECT_EQ(before, contents(file_));
+    EXPECT_EQ(before, readWholeFile(file_));
     EXPECT_EQ(before, run({"export", "-a", live_}).output);
 }
 
@@ -301,7 +272,7 @@ TEST_F(CommandsTest, DifferencesAreSortedAndSymmetric) {
     EXPECT_EQ(5U, rootsTold.size());
 
     // Single trees are compared whatever their names are; of more the names count.
-    auto one = nlohmann::json::parse(contents(file_));
+    auto one = nlohmann::json::parse(readWholeFile(file_));
     one["roots"] = {{"pw", one["roots"]["pw"]}};
     auto other = one;
     other["roots"] = {{"qw", one["roots"]["pw"]}};
@@ -348,7 +319,7 @@ TEST_F(CommandsTest, WatchersHearOfTheirPaths) {
         watchers.push_back(std::make_unique<Tool>(arguments));
     }
     const auto synchronised = [&] {
-        const std::string said = contents(errors_);
+        const std::string said = readWholeFile(errors_);
         std::size_t count = 0;
         for (std::size_t at = 0; (at = said.find("synchronised: pw\n", at)) != said.npos;
              ++at) {
@@ -474,7 +445,7 @@ TEST_F(CommandsTest, BashTakesWhatIsCompleted) {
         const std::string check = directory_.path() + "/check";
         corra::writeFileAtomically(check, "printf '%s' " + word + " >" + check + ".out\n");
         ASSERT_EQ(0, std::system(("bash " + check).c_str()));
-        EXPECT_EQ(all, contents(check + ".out")) << word;
+        EXPECT_EQ(all, readWholeFile(check + ".out")) << word;
     }
     // The script itself.
     const std::string asked = "source " + script +
@@ -485,14 +456,14 @@ TEST_F(CommandsTest, BashTakesWhatIsCompleted) {
                               script + ".out\n";
     corra::writeFileAtomically(script + ".sh", asked);
     ASSERT_EQ(0, std::system(("bash " + script + ".sh").c_str()));
-    EXPECT_EQ("<pw.mtuIgnore >", contents(script + ".out"));
+    EXPECT_EQ("<pw.mtuIgnore >", readWholeFile(script + ".out"));
 }
 
 // --- The manual ---
 
 TEST(Manual, NamesEachCommandAndOption) {
     corra::Commands commands;
-    const std::string text = contents(manual);
+    const std::string text = readWholeFile(manual);
     const auto expectOption = [&](const CLI::Option& option) {
         for (const std::string& name : option.get_lnames()) {
             EXPECT_NE(text.npos, text.find("Fl -" + name)) << name;

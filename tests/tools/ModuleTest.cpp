@@ -22,9 +22,10 @@
 
 namespace {
 
+using corra::test::Ran;
 using corra::test::Tool;
 using corra::test::waitUntil;
-using Words = std::vector<std::string>;
+using corra::test::Words;
 
 const std::string build =
     std::filesystem::path(CORRA_TOOL).parent_path().parent_path().string();
@@ -50,41 +51,19 @@ constexpr const char* state = R"({
 }
 )";
 
-struct Ran {
-    int status;
-    std::string output;
-    std::string errors;
-};
-
-class ModuleTest : public testing::Test {
+class ModuleTest : public corra::test::CommandTest {
   protected:
     ModuleTest() {
-        ::unsetenv("CORRA_AT");
         ::unsetenv("CORRA_MODULE");
-        ::setenv("CORRA_TEST_ERRORS", errors_.c_str(), 1);
         corra::writeFileAtomically(file_, state);
     }
     ~ModuleTest() override { ::unsetenv("CORRA_MODULE"); }
 
-    static std::string contents(const std::string& file) {
-        std::ifstream in(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
-
-    Ran run(const Words& arguments) const {
-        std::ofstream(errors_, std::ios::trunc).flush();
-        Tool tool(arguments);
-        const std::string output = tool.rest();
-        const int status = tool.wait();
-        return {status, output, contents(errors_)};
-    }
     Ran runWithModule(Words arguments) const {
         arguments.insert(arguments.end(), {"--module", library});
         return run(arguments);
     }
 
-    const corra::TemporaryDirectory directory_;
-    const std::string errors_ = directory_.path() + "/errors";
     const std::string file_ = directory_.path() + "/bfd.json";
     const std::string socket_ = directory_.path() + "/bfd.sock";
     const std::string live_ = "unix:" + socket_;

@@ -43,14 +43,7 @@ class ServedCapture : public testing::Test {
     // A server that serves.
     Tool served() const {
         Tool server({"serve", capture_, "--listen", address_});
-        waitUntil([&] {
-            try {
-                connected();
-                return true;
-            } catch (const std::exception&) {
-                return false;
-            }
-        });
+        waitUntilServed(address_);
         return server;
     }
 

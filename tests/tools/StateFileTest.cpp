@@ -193,13 +193,8 @@ TEST(StateFile, CapturesComeBackByteForByte) {
     }
 }
 
-std::string contents(const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 TEST(StateFile, TheDocumentedExamplesSayTheSame) {
-    const std::string page = contents(CORRA_SOURCE_DIR "/docs/state-file.md");
+    const std::string page = readWholeFile(CORRA_SOURCE_DIR "/docs/state-file.md");
     std::vector<std::string> examples;
     const std::string fence = "```json\n";
     for (auto at = page.find(fence); at != page.npos; at = page.find(fence, at)) {
@@ -637,12 +632,12 @@ TEST_F(FileTest, ReplacesAFileAsAWhole) {
     EXPECT_EQ(modeOf(file), 0640u);
     ASSERT_EQ(::chmod(file.c_str(), 0604), 0);
     writeFileAtomically(file, "second");
-    EXPECT_EQ(contents(file), "second");
+    EXPECT_EQ(readWholeFile(file), "second");
     EXPECT_EQ(modeOf(file), 0604u);
     std::filesystem::create_symlink("state.json", pathOf("link.json"));
     writeFileAtomically(pathOf("link.json"), "third");
     EXPECT_TRUE(std::filesystem::is_symlink(pathOf("link.json")));
-    EXPECT_EQ(contents(file), "third");
+    EXPECT_EQ(readWholeFile(file), "third");
     EXPECT_EQ(names(), (std::vector<std::string>{"link.json", "state.json"}));
 }
 
@@ -658,7 +653,7 @@ TEST_F(FileTest, AFailureLeavesTheFileAsItWas) {
     EXPECT_THROW(writeFileAtomically(file, std::string((1 << 20) + 1, 'x')), std::system_error);
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
     ::signal(SIGXFSZ, handler);
-    EXPECT_EQ(contents(file), "old");
+    EXPECT_EQ(readWholeFile(file), "old");
 
     std::filesystem::create_directory(pathOf("directory"));
     EXPECT_THROW(writeFileAtomically(pathOf("directory"), "x"), std::system_error);

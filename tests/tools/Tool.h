@@ -8,6 +8,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -15,8 +18,10 @@
 #include <thread>
 #include <vector>
 
+#include "Zin/NboAttrLogFd.h"
 #include "corra/EventLoop.h"
 #include "corra/Process.h"
+#include "corra/WholeFile.h"
 
 namespace corra::test {
 
@@ -98,5 +103,45 @@ inline void waitUntil(const std::function<bool()>& condition) {
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
 }
+
+// Until somebody serves there.
+inline void waitUntilServed(const std::string& address) {
+    waitUntil([&] {
+        try {
+            Zin::NboAttrLog::connectTo(Zin::NboAttrLog::Address::fromText(address));
+            return true;
+        } catch (const std::exception&) {
+            return false;
+        }
+    });
+}
+
+using Words = std::vector<std::string>;
+
+struct Ran {
+    int status;
+    std::string output;
+    std::string errors;
+};
+
+// Tests that run commands to their end, with files in a directory of their own.
+class CommandTest : public testing::Test {
+  protected:
+    CommandTest() {
+        ::setenv("CORRA_TEST_ERRORS", errors_.c_str(), 1);
+        ::unsetenv("CORRA_AT");
+    }
+
+    Ran run(const Words& arguments) const {
+        std::ofstream(errors_, std::ios::trunc).flush();
+        Tool tool(arguments);
+        const std::string output = tool.rest();
+        const int status = tool.wait();
+        return {status, output, readWholeFile(errors_)};
+    }
+
+    const TemporaryDirectory directory_;
+    const std::string errors_ = directory_.path() + "/errors";
+};
 
 }  // namespace corra::test

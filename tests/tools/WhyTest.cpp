@@ -630,47 +630,30 @@ TEST(WhyChanges, AreGroupedByReason) {
 
 // --- The command ---
 
-class WhyCommandTest : public testing::Test {
+class WhyCommandTest : public corra::test::CommandTest {
   protected:
     WhyCommandTest() {
-        ::setenv("CORRA_TEST_ERRORS", errors_.c_str(), 1);
-        ::unsetenv("CORRA_AT");
         Lab lab;
         lab.state(lab.metro, mtuMismatch);
         lab.change(lab.metro, [](auto&, auto& peer) { peer.mtuIs(9000); });
         corra::writeFileAtomically(file_, corra::stateText(lab.roots()));
     }
 
-    struct Ran {
-        int status;
-        std::string output;
-    };
-    static Ran why(std::vector<std::string> arguments, const std::string& at) {
+    corra::test::Ran why(corra::test::Words arguments, const std::string& at) const {
         arguments.insert(arguments.begin(), "why");
         arguments.insert(arguments.end(), {"--at", at});
-        corra::test::Tool tool(arguments);
-        std::string output = tool.rest();
-        return {tool.wait(), std::move(output)};
+        return run(arguments);
     }
 
-    const corra::TemporaryDirectory directory_;
-    const std::string errors_ = directory_.path() + "/errors";
     const std::string file_ = directory_.path() + "/state.json";
     const std::string live_ = "unix:" + directory_.path() + "/pw.sock";
 };
 
 TEST_F(WhyCommandTest, AnswersAlikeWhateverTheSource) {
     corra::test::Tool server({"serve", file_, "--listen", live_});
-    corra::test::waitUntil([&] {
-        try {
-            Zin::NboAttrLog::connectTo(Zin::NboAttrLog::Address::fromText(live_));
-            return true;
-        } catch (const std::exception&) {
-            return false;
-        }
-    });
+    corra::test::waitUntilServed(live_);
     for (const std::string& at : {file_, live_}) {
-        const Ran down = why({"metro"}, at);
+        const auto down = why({"metro"}, at);
         EXPECT_EQ(1, down.status);
         EXPECT_TRUE(down.output.starts_with(
             "metro is down.\n"
@@ -680,7 +663,7 @@ TEST_F(WhyCommandTest, AnswersAlikeWhateverTheSource) {
             << down.output;
         EXPECT_EQ(0, why({"pw7"}, at).status);
         EXPECT_EQ("pw7 is up.\n", why({"pw7"}, at).output);
-        const Ran all = why({}, at);
+        const auto all = why({}, at);
         EXPECT_EQ(1, all.status);
         EXPECT_EQ(
             "patch metro: MTU 1500 here and 9000 at 3.3.3.3\n"
@@ -698,12 +681,12 @@ TEST_F(WhyCommandTest, AnswersAlikeWhateverTheSource) {
              "--at",
              at});
         EXPECT_HAS(get.rest(), "mtu=9000");
-        EXPECT_EQ(1, why({"mertro"}, at).status);
+        const auto unknown = why({"mertro"}, at);
+        EXPECT_EQ(1, unknown.status);
+        // The server's word on who came and went is there too.
+        EXPECT_HAS(unknown.errors, "corra: nothing is named 'mertro'; near it: metro\n");
         EXPECT_EQ(2, why({"metro", "more"}, at).status);
     }
-    std::ifstream in(errors_);
-    const std::string said{std::istreambuf_iterator<char>(in), {}};
-    EXPECT_HAS(said, "corra: nothing is named 'mertro'; near it: metro\n");
 
     ::setenv("CORRA_AT", file_.c_str(), 1);
     corra::Commands commands;
