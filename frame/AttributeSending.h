@@ -60,12 +60,12 @@ struct AttributeSending {
 
     // What has no wire form is not tried again until it changes: it would be met each time.
     template <class Send, class Forget>
-    static void sendOr(Sa& sa, const Forget& forget, const Send& send) {
+    static void sendOr(Sa& sa, const void* key, const Forget& forget, const Send& send) {
         try {
             send();
         } catch (const Zin::ValueCollectionDefaultKeyException& unsendable) {
             forget();
-            sa.onUnsendable(A::id, unsendable);
+            sa.onUnsendable(A::id, key, unsendable);
         }
     }
 
@@ -76,7 +76,7 @@ struct AttributeSending {
         const auto forget = [&] {
             sa.flowOut().zinIsDirtyIs(A::id, false);
         };
-        sendOr(sa, forget, [&] {
+        sendOr(sa, nullptr, forget, [&] {
             if (std::optional<Out> out =
                     sa.singletonSerializeCheck(A::id, Zin::NboAttrLog::attrLogSize(value))) {
                 *out << value;
@@ -187,10 +187,11 @@ struct AttributeSending {
         } else if constexpr (SetCollection<V>) {
             handleSetSerialization(sa, node);
         } else {
+            const Key& key = node.key();
             const auto forget = [&] {
-                flowOf(sa).dirtyKeys.erase(node.key());
+                flowOf(sa).dirtyKeys.erase(key);
             };
-            sendOr(sa, forget, [&] {
+            sendOr(sa, &key, forget, [&] {
                 if constexpr (KeyInsideValue<V>) {
                     handleIntKeyValueCollSerialization(sa, node);
                 } else {

@@ -93,19 +93,17 @@ struct GenericIfOf {
 
   private:
     template <class V>
-    static const V& due(const void* pointer, const char* what) {
-        return *static_cast<const V*>(required(pointer, what));
+    static const V& due(const T& entity, const void* pointer, const char* what) {
+        return *static_cast<const V*>(required(entity, pointer, what));
     }
     template <class V>
-    static V& slot(void* pointer) {
-        required(pointer, "a place for the result");
+    static V& slot(const T& entity, void* pointer) {
+        required(entity, pointer, "a place for the result");
         return *static_cast<V*>(pointer);
     }
-    static const void* required(const void* pointer, const char* what) {
+    static const void* required(const T& entity, const void* pointer, const char* what) {
         if (pointer) return pointer;
-        throw Zin::NullPointerException(
-            std::string(entitySchemaOf<T>.typeName) + ", attribute " + std::to_string(A::id) +
-            ": " + what + " is due, null was given");
+        Zin::GenericIfImpl::throwNullPointerException(entity, A::id, what);
     }
 
     static Status call(void* result, const T& entity, Op op, const void* key) {
@@ -113,11 +111,11 @@ struct GenericIfOf {
         using Argument = typename CallOf<A::function>::Argument;
         if constexpr (!std::is_void_v<Result>) {
             if (op != Op::get) return Status::unsupported;
-            Result& to = slot<Result>(result);
+            Result& to = slot<Result>(entity, result);
             if constexpr (std::is_void_v<Argument>) {
                 to = (entity.*A::function)();
             } else {
-                to = (entity.*A::function)(due<Argument>(key, "an argument"));
+                to = (entity.*A::function)(due<Argument>(entity, key, "an argument"));
             }
             return Status::done;
         }
@@ -127,12 +125,12 @@ struct GenericIfOf {
     static Status onSingle(void* result, T& entity, Op op, const void* value) {
         using V = typename A::Value;
         if (op == Op::get) {
-            slot<V>(result) = entity.*A::member;
+            slot<V>(entity, result) = entity.*A::member;
             return Status::done;
         }
         if constexpr (A::writable) {
             if (op == Op::set) {
-                entity.template valueIs<A::member>(due<V>(value, "a value"));
+                entity.template valueIs<A::member>(due<V>(entity, value, "a value"));
                 return Status::done;
             }
         }
@@ -142,13 +140,17 @@ struct GenericIfOf {
     static Status onReference(void* result, T& entity, Op op, const void* value) {
         using Target = typename Zin::PointeeOf<typename A::Value>::Type;
         if (op == Op::get) {
-            slot<Zin::Ptr<Zin::Entity>>(result) = entity.*A::member;
+            slot<Zin::Ptr<Zin::Entity>>(entity, result) = entity.*A::member;
             return Status::done;
         }
         if (op != Op::set) return Status::unsupported;
-        const auto& named = due<Zin::Ptr<Zin::Entity>>(value, "a reference");
+        const auto& named = due<Zin::Ptr<Zin::Entity>>(entity, value, "a reference");
         if (named && !named->fwkType().isDerived(handleOf<Target>)) {
-            Zin::GenericIfImpl::throwTypeException(named->fwkType(), handleOf<Target>);
+            Zin::GenericIfImpl::throwTypeException(
+                entity,
+                A::id,
+                named->fwkType(),
+                handleOf<Target>);
         }
         entity.template valueIs<A::member>(Zin::Ptr<Target>(static_cast<Target*>(named.get())));
         return Status::done;
@@ -156,15 +158,18 @@ struct GenericIfOf {
 
     // Calls make(name, further constructor arguments...).
     template <class Child, class Make>
-    static void makeChild(const void* key, const void* more, const Make& make) {
+    static void
+    makeChild(const T& entity, const void* key, const void* more, const Make& make) {
         using Arguments = typename Child::ConstructorArguments;
-        const auto& name = due<std::tuple_element_t<0, Arguments>>(key, "a name");
+        const auto& name = due<std::tuple_element_t<0, Arguments>>(entity, key, "a name");
         [&]<std::size_t... place>(std::index_sequence<place...>) {
             const auto* const arguments = static_cast<const void* const*>(more);
-            if constexpr (sizeof...(place) != 0) required(arguments, "an array of arguments");
+            if constexpr (sizeof...(place) != 0)
+                required(entity, arguments, "an array of arguments");
             make(
                 name,
                 due<std::tuple_element_t<place + 1, Arguments>>(
+                    entity,
                     arguments[place],
                     "a constructor argument")...);
         }
@@ -175,10 +180,10 @@ struct GenericIfOf {
         using Child = typename Zin::PointeeOf<typename A::Value>::Type;
         switch (op) {
             case Op::get:
-                slot<Zin::Ptr<Zin::Entity>>(result) = entity.*A::member;
+                slot<Zin::Ptr<Zin::Entity>>(entity, result) = entity.*A::member;
                 return Status::done;
             case Op::set:
-                makeChild<Child>(key, value, [&](const auto&... arguments) {
+                makeChild<Child>(entity, key, value, [&](const auto&... arguments) {
                     entity.template singletonIs<A::member>(arguments...);
                 });
                 return Status::done;
@@ -198,23 +203,24 @@ struct GenericIfOf {
         const auto& collection = entity.*A::member;
         switch (op) {
             case Op::get:
-                slot<Zin::MemberRef>(result) =
-                    memberRef<V>(collection.lookup(due<typename V::Key>(key, "a key")));
+                slot<Zin::MemberRef>(entity, result) =
+                    memberRef<V>(collection.lookup(due<typename V::Key>(entity, key, "a key")));
                 return Status::done;
             case Op::set:
                 insert(entity, key, value);
                 return Status::done;
             case Op::del:
-                remove(result, entity, due<typename V::Key>(key, "a key"));
+                remove(result, entity, due<typename V::Key>(entity, key, "a key"));
                 return Status::done;
             case Op::members:
-                slot<std::uint32_t>(result) = collection.members();
+                slot<std::uint32_t>(entity, result) = collection.members();
                 return Status::done;
             case Op::version:
-                slot<std::uint32_t>(result) = collection.version();
+                slot<std::uint32_t>(entity, result) = collection.version();
                 return Status::done;
             case Op::contains:
-                slot<bool>(result) = collection.has(due<typename V::Key>(key, "a key"));
+                slot<bool>(entity, result) =
+                    collection.has(due<typename V::Key>(entity, key, "a key"));
                 return Status::done;
         }
         return Status::unsupported;
@@ -229,25 +235,23 @@ struct GenericIfOf {
                 std::same_as<Key, Name>,
                 "Children are kept under the constructor argument that they are made with "
                 "first.");
-            makeChild<ChildOf<V>>(key, value, [&](const auto&... arguments) {
+            makeChild<ChildOf<V>>(entity, key, value, [&](const auto&... arguments) {
                 entity.template childIs<A::member>(arguments...);
             });
         } else if constexpr (SetCollection<V>) {
-            entity.template memberIs<A::member>(due<Key>(key, "a key"));
+            entity.template memberIs<A::member>(due<Key>(entity, key, "a key"));
         } else if constexpr (KeyInsideValue<V>) {
-            const auto& member = due<typename V::Value>(value, "a value");
+            const auto& member = due<typename V::Value>(entity, value, "a value");
             if (key && !(*static_cast<const Key*>(key) == keyInside<V>(member))) {
                 throw Zin::Exception(
-                    std::string(entitySchemaOf<T>.typeName) + ", attribute " +
-                    std::to_string(A::id) + ": the value lies under key " +
-                    Zin::textOf(keyInside<V>(member)) + ", not " +
-                    Zin::textOf(*static_cast<const Key*>(key)));
+                    Zin::described(entity, A::id, key) + ": the value lies under key " +
+                    Zin::textOf(keyInside<V>(member)));
             }
             entity.template memberIs<A::member>(member);
         } else {
             entity.template memberIs<A::member>(
-                due<Key>(key, "a key"),
-                due<typename V::Value>(value, "a value"));
+                due<Key>(entity, key, "a key"),
+                due<typename V::Value>(entity, value, "a value"));
         }
     }
 

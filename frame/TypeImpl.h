@@ -302,11 +302,11 @@ struct TypeImpl<T> {
     static void genericIfConstructFromCtorArgs(void* result, const void* const* arguments) {
         using Arguments = typename T::ConstructorArguments;
         [&]<std::size_t... place>(std::index_sequence<place...>) {
-            if (!result || !arguments || (!arguments[place] || ...)) {
-                throw NullPointerException(
-                    std::string(frame::entitySchemaOf<T>.typeName) +
-                    ": a constructor argument, or the place for the result, is null");
-            }
+            GenericIfImpl::requireArguments(
+                frame::entitySchemaOf<T>.typeName,
+                result,
+                arguments,
+                sizeof...(place));
             *static_cast<Entity**>(result) =
                 frame::make<T>(*static_cast<const std::tuple_element_t<place, Arguments>*>(
                                    arguments[place])...)

@@ -7,15 +7,20 @@ namespace Zin {
 
 namespace {
 
-std::string described(const Entity& entity, AttributeId attribute) {
-    const EntityTypeInfo* const type = entity.fwkType().info();
-    std::string text = type ? std::string(type->name) : std::string("entity");
-    text += " \"" + std::string(entity.name().view()) + "\", attribute " +
-            std::to_string(attribute);
-    if (const AttributeInfo* const info = type ? type->attribute(attribute) : nullptr) {
-        text += " (" + std::string(info->name) + ")";
-    }
+const AttributeInfo* infoOf(const ZinTypeBase& type, AttributeId attribute) {
+    const EntityTypeInfo* const info = type.info();
+    return info ? info->attribute(attribute) : nullptr;
+}
+
+std::string numbered(const AttributeInfo* info, AttributeId attribute) {
+    std::string text = ", attribute " + std::to_string(attribute);
+    if (info) text += " (" + std::string(info->name) + ")";
     return text;
+}
+
+std::string mistaken(const ZinTypeBase& given, const ZinTypeBase& expected) {
+    return "a value of " + std::string(given.name()) + " was given, " +
+           std::string(expected.name()) + " is due";
 }
 
 std::string dotted(std::string_view outer, std::string_view inner) {
@@ -87,9 +92,38 @@ void GenericIfImpl::throwUnhashableException(const ZinTypeBase& type) {
 }
 
 void GenericIfImpl::throwTypeException(const ZinTypeBase& given, const ZinTypeBase& expected) {
-    throw TypeException(
-        "a value of " + std::string(given.name()) + " was given, " +
-        std::string(expected.name()) + " is due");
+    throw TypeException(mistaken(given, expected));
+}
+
+void GenericIfImpl::throwTypeException(
+    const Entity& entity,
+    AttributeId attribute,
+    const ZinTypeBase& given,
+    const ZinTypeBase& expected) {
+    throw TypeException(described(entity, attribute) + ": " + mistaken(given, expected));
+}
+
+void GenericIfImpl::throwNullPointerException(
+    const Entity& entity,
+    AttributeId attribute,
+    std::string_view due) {
+    throw NullPointerException(
+        described(entity, attribute) + ": " + std::string(due) + " is due, null was given");
+}
+
+std::string described(const ZinTypeBase& type, AttributeId attribute) {
+    return std::string(type.name()) + numbered(infoOf(type, attribute), attribute);
+}
+
+std::string described(const Entity& entity, AttributeId attribute, const void* key) {
+    const AttributeInfo* const info = infoOf(entity.fwkType(), attribute);
+    std::string text = std::string(entity.fwkType().name()) + " \"" +
+                       std::string(entity.name().view()) + "\"" + numbered(info, attribute);
+    if (key && info && info->key) {
+        text += ", key ";
+        appendText(text, *info->key, key);
+    }
+    return text;
 }
 
 void throwNewEntityArgsException(const ZinTypeBase& type) {
@@ -134,9 +168,12 @@ void throwMutatorReinstantiating(
         std::string_view(std::to_string(requestedValue)));
 }
 
-void throwWriteUpdateFromReadOnlyProxyException(const Entity& entity, AttributeId attribute) {
+void throwWriteUpdateFromReadOnlyProxyException(
+    const Entity& entity,
+    AttributeId attribute,
+    const void* key) {
     throw WriteUpdateFromReadOnlyProxyException(
-        described(entity, attribute) + ": write from a read-only proxy refused");
+        described(entity, attribute, key) + ": write from a read-only proxy refused");
 }
 
 void throwValueCollectionDefaultKeyException(
@@ -148,9 +185,9 @@ void throwValueCollectionDefaultKeyException(
 }
 
 ValueCollectionDefaultKeyException
-unsendable(const Entity& entity, AttributeId attribute, std::string_view why) {
+unsendable(const Entity& entity, AttributeId attribute, const void* key, std::string_view why) {
     return ValueCollectionDefaultKeyException(
-        described(entity, attribute) + ": " + std::string(why));
+        described(entity, attribute, key) + ": " + std::string(why));
 }
 
 }  // namespace Zin

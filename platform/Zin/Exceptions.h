@@ -145,8 +145,25 @@ namespace GenericIfImpl {
 [[noreturn]] ZIN_EXPORT void throwTypeException(
     const ZinTypeBase& given,
     const ZinTypeBase& expected);
+// The same, of what was to be put into that attribute.
+[[noreturn]] ZIN_EXPORT void throwTypeException(
+    const Entity& entity,
+    AttributeId attribute,
+    const ZinTypeBase& given,
+    const ZinTypeBase& expected);
+// Throws a NullPointerException that names the attribute, and what is due.
+[[noreturn]] ZIN_EXPORT void
+throwNullPointerException(const Entity& entity, AttributeId attribute, std::string_view due);
 
 }  // namespace GenericIfImpl
+
+// How texts name an attribute, where no entity is at hand: 'Pseudowire::Config, attribute 258
+// (connector)'.
+ZIN_EXPORT std::string described(const ZinTypeBase& type, AttributeId attribute);
+// The same of an entity, and of the member under a key of the collection's key type where one
+// is given: 'Pseudowire::Config "pw", attribute 258 (connector), key 'pw1''.
+ZIN_EXPORT std::string
+described(const Entity& entity, AttributeId attribute, const void* key = nullptr);
 
 // Throws a NewEntityArgsException that names the type.
 [[noreturn]] ZIN_EXPORT void throwNewEntityArgsException(const ZinTypeBase& type);
@@ -173,14 +190,15 @@ namespace GenericIfImpl {
 // Throws the exception of that name, of an attribute of a mirror that may not write.
 [[noreturn]] ZIN_EXPORT void throwWriteUpdateFromReadOnlyProxyException(
     const Entity& entity,
-    AttributeId attribute);
+    AttributeId attribute,
+    const void* key = nullptr);
 // Of the type of the value, and its field that is the collection.
 [[noreturn]] ZIN_EXPORT void throwValueCollectionDefaultKeyException(
     std::string_view typeName,
     std::string_view fieldName);
 
-// The same, met while that attribute of the entity was sent.
+// The same, met while that attribute of the entity, or its member under the key, was sent.
 ZIN_EXPORT ValueCollectionDefaultKeyException
-unsendable(const Entity& entity, AttributeId attribute, std::string_view why);
+unsendable(const Entity& entity, AttributeId attribute, const void* key, std::string_view why);
 
 }  // namespace Zin

@@ -71,8 +71,7 @@ class Walk {
 };
 
 std::string described(const ZinAttr& attr) {
-    return std::string(attr.type().name()) + ", attribute " +
-           std::to_string(attr.attributeId());
+    return Zin::described(attr.type(), attr.attributeId());
 }
 
 const Walk& walkOf(const ZinAttr& attr, const void* iterator) {

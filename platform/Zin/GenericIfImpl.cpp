@@ -13,10 +13,13 @@ namespace GenericIfImpl {
 
 namespace {
 
+[[noreturn]] void throwNull(std::string_view type, std::string_view what) {
+    throw NullPointerException(
+        std::string(type) + ": " + std::string(what) + " is due, null was given");
+}
+
 void require(const void* pointer, std::string_view type, const char* what) {
-    if (!pointer) {
-        throw NullPointerException(std::string(type) + ": " + what + " is due, null was given");
-    }
+    if (!pointer) throwNull(type, what);
 }
 
 bool isOwn(const ValueInfo& own, const ZinTypeBase& type) {
@@ -103,12 +106,20 @@ void voidPtrIs(
     own.assign(destination, source);
 }
 
-void constructFromCtorArgs(const ValueInfo& own, void* result, const void* const* arguments) {
-    require(result, own.name, "memory");
-    require(arguments, own.name, "an array of fields");
-    for (std::size_t i = 0; i < own.fields.size(); ++i) {
-        require(arguments[i], own.name, "a field");
+void requireArguments(
+    std::string_view typeName,
+    const void* result,
+    const void* const* arguments,
+    std::size_t count) {
+    require(result, typeName, "a place for the result");
+    require(arguments, typeName, "an array of arguments");
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!arguments[i]) throwNull(typeName, "argument " + std::to_string(i + 1));
     }
+}
+
+void constructFromCtorArgs(const ValueInfo& own, void* result, const void* const* arguments) {
+    requireArguments(own.name, result, arguments, own.fields.size());
     own.construct(result, nullptr);
     try {
         for (std::size_t i = 0; i < own.fields.size(); ++i) {

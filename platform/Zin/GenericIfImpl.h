@@ -15,7 +15,9 @@
 
 #include <atomic>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "Zin/Exceptions.h"
 #include "Zin/Export.h"
@@ -48,6 +50,13 @@ ZIN_EXPORT void voidPtrIs(
     const void* source,
     const ZinTypeBase& sourceType,
     const ZinTypeBase& expectedType);
+// Throws a NullPointerException of the type of that name, unless there is a place for the
+// result and so many arguments.
+ZIN_EXPORT void requireArguments(
+    std::string_view typeName,
+    const void* result,
+    const void* const* arguments,
+    std::size_t count);
 ZIN_EXPORT void
 constructFromCtorArgs(const ValueInfo& own, void* result, const void* const* arguments);
 ZIN_EXPORT GenericIf::Status attributeOp(

@@ -111,10 +111,14 @@ void Sa::sendTransaction(AttributeId id, TransactionType transaction) {
     outSmCommitMessage();
 }
 
-void Sa::onUnsendable(AttributeId id, const ValueCollectionDefaultKeyException& why) {
-    if (!connection_.producing_) throw unsendable(*entity_, id, why.what());
+void Sa::onUnsendable(
+    AttributeId id,
+    const void* key,
+    const ValueCollectionDefaultKeyException& why) {
+    if (!connection_.producing_) throw unsendable(*entity_, id, key, why.what());
     if (connection_.unsendable_) return;
-    connection_.unsendable_ = std::make_exception_ptr(unsendable(*entity_, id, why.what()));
+    connection_.unsendable_ =
+        std::make_exception_ptr(unsendable(*entity_, id, key, why.what()));
 }
 
 // --- Receiving ---
@@ -158,7 +162,7 @@ void Sa::onAttribute(AttributeId id, const void* key) {
             connection_.position_,
             "no memory to remember a change");
     }
-    if (refused) throwWriteUpdateFromReadOnlyProxyException(*entity_, id);
+    if (refused) throwWriteUpdateFromReadOnlyProxyException(*entity_, id, key);
 }
 
 // The owner's order decides: it is asked to say again what it holds. Where the stream is full,

@@ -78,7 +78,10 @@ class ZIN_EXPORT Sa final : private Notifiee {
     void sendTransaction(AttributeId id, TransactionType transaction);
     // A value of the attribute has no wire form, and nothing of it was written. Throws to
     // whoever changed it; a flow-out goes on, and its caller is told at the end.
-    void onUnsendable(AttributeId id, const ValueCollectionDefaultKeyException& why);
+    void onUnsendable(
+        AttributeId id,
+        const void* key,
+        const ValueCollectionDefaultKeyException& why);
 
     // --- Receiving ---
     // While one lives, this side makes a change because the peer said so. The first time that

@@ -155,7 +155,8 @@ TEST(DefaultKey, WhoeverSetsItIsTold) {
             ADD_FAILURE() << "was sent";
         } catch (const ValueCollectionDefaultKeyException& e) {
             EXPECT_NE(
-                std::string(e.what()).find("Lab::Bench \"e\", attribute 278 (mixture): "),
+                std::string(e.what()).find(
+                    "Lab::Bench \"e\", attribute 278 (mixture), key 'm': "),
                 std::string::npos)
                 << e.what();
         }

@@ -138,8 +138,25 @@ struct Subject {
         EXPECT_EQ(result[0], ~0u);
         EXPECT_TRUE(told({}));
     }
+    // The operation throws that, and says of which attribute of which entity.
+    template <class E>
+    std::string throws(AttributeOp op, void* result, const void* key, const void* value) {
+        std::string text;
+        EXPECT_THROW(
+            try { operate(op, result, key, value); } catch (const E& e) {
+                text = e.what();
+                throw;
+            },
+            E)
+            << int(op);
+        const std::string where = std::string(info.name) + " \"" +
+                                  std::string(entity->name().view()) + "\", attribute " +
+                                  std::to_string(of.id) + " (" + std::string(of.name) + ")";
+        EXPECT_TRUE(text.starts_with(where)) << text << "\ninstead of " << where;
+        return text;
+    }
     void needs(AttributeOp op, void* result, const void* key, const void* value) {
-        EXPECT_THROW(operate(op, result, key, value), Null) << int(op);
+        EXPECT_TRUE(throws<Null>(op, result, key, value).ends_with(" is due, null was given"));
         EXPECT_TRUE(told({}));
     }
 
@@ -225,7 +242,7 @@ void checkReference(Subject& subject) {
             EXPECT_EQ(read, target);
             EXPECT_EQ(target->parent(), nullptr);
         } else {
-            EXPECT_THROW(subject.operate(set, nullptr, nullptr, &target), WrongType);
+            subject.throws<WrongType>(set, nullptr, nullptr, &target);
         }
     }
     EXPECT_GT(taken, 1);
@@ -302,7 +319,10 @@ std::string insert(Subject& subject, const Any& key, const Any& other, laws::Ran
     bool isKeyDue = true;
     if (of.value && !of.keyField.empty()) {
         // The key is in the value: it may be left out, and may be no other.
-        EXPECT_THROW(subject.operate(set, nullptr, other.get(), value), Exception);
+        const std::string text = subject.throws<Exception>(set, nullptr, other.get(), value);
+        EXPECT_TRUE(text.ends_with(
+            ", key " + other.text() + ": the value lies under key " + key.text()))
+            << text;
         isKeyDue = laws::below(random, 2);
     } else {
         subject.needs(set, nullptr, nullptr, value);
