@@ -305,6 +305,26 @@ TEST_F(AgentProcessTest, KeepsForwardingWhileTheOwnerIsGone) {
     EXPECT_EQ(3U, root<OxoPw::PwHwStatus>(source, "hw").unprogrammedEncapAdj().members());
 }
 
+TEST_F(AgentProcessTest, AMirrorSaysWhatChangesUntilItsOwnerGoes) {
+    Tool owner = served("t1-converged");
+    corra::test::waitUntilServed(owner_);
+    Tool mirror({owner_}, programs + "/example_mirror");
+    const auto expectLine = [&](const std::string& expected) {
+        std::optional<std::string> line;
+        while ((line = mirror.line()) && *line != expected) {
+        }
+        EXPECT_EQ(expected, line);
+    };
+    expectLine("patch eline-6");
+    atOwner({"set", "pw.mtu", "9000"});
+    expectLine("the default MTU is 9000");
+    atOwner({"del", "pw.patch['eline-6']"});
+    expectLine("patch eline-6 is gone");
+    expectToEnd(owner);
+    EXPECT_EQ("", mirror.rest());
+    EXPECT_EQ(0, mirror.wait());
+}
+
 TEST_F(AgentProcessTest, ExitStatusesTellRefusalFromTrouble) {
     Tool agentOfOthers = following();
     corra::test::waitUntil([&] { return std::filesystem::exists(address_.substr(5)); });
