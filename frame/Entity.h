@@ -18,6 +18,7 @@
 #include "Zin/Entity.h"
 #include "Zin/Export.h"
 #include "Zin/HashMap2018.h"
+#include "Zin/Probe.h"
 #include "Zin/ValueInfoOf.h"
 #include "frame/Attribute.h"
 #include "frame/Dump.h"
@@ -89,6 +90,7 @@ class ZIN_EXPORT KeyedEntity : public Zin::Entity {
     KeyedEntity(Construct, const Key& key) : entityKey_(key) {}
 
     void notify(AttributeId id, const void* key) {
+        ZIN_PROBE(mutation, this, id, key);
         if (notifieeList_.empty() || notifieeList_.visitOnly(id, key)) return;
         // A reactor may drop the last reference to this entity.
         const Zin::Ptr<Zin::Entity> guard(this);

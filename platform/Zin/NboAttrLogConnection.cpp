@@ -6,6 +6,7 @@
 
 #include "Zin/Assert.h"
 #include "Zin/NboAttrLogConnectionImpl.h"
+#include "Zin/Probe.h"
 
 namespace Zin::NboAttrLog {
 
@@ -271,6 +272,7 @@ void Connection::takeMessage(std::span<const std::byte> whole) {
     ++counters_.messagesIn;
     const std::uint32_t id = idOf(whole);
     In in(whole.subspan(headerSize));
+    ZIN_PROBE(message_in, this, id, in.left());
     try {
         if (!greeted_ && id != static_cast<std::uint32_t>(MessageId::hello)) {
             fault(

@@ -40,6 +40,7 @@
 #include "Zin/NboAttrLogIn.h"
 #include "Zin/NboAttrLogProtocol.h"
 #include "Zin/NboAttrLogSa.h"
+#include "Zin/Probe.h"
 #include "Zin/String.h"
 
 namespace Zin::NboAttrLog {
@@ -428,6 +429,7 @@ class ZIN_EXPORT Demuxer {
 
 [[gnu::always_inline]] inline Out
 Connection::messageIn(std::byte* room, std::uint32_t id, std::size_t size) noexcept {
+    ZIN_PROBE(message_out, this, id, size);
     messageSize_ = headerSize + size;
     Out out(room, room + messageSize_);
     out << static_cast<std::uint32_t>(size) << id;
