@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <new>
 #include <optional>
 #include <string>
@@ -13,6 +12,7 @@
 #include "corra/WholeFile.h"
 #include "frame/Allocations.h"
 #include "support/Dump.h"
+#include "support/Slow.h"
 #include "tools/Captures.h"
 
 namespace {
@@ -50,9 +50,9 @@ void expectEachOldOrNew(const State& before, const State& after, const State& no
     }
 }
 
-// Each one in turn with CORRA_EACH_ALLOCATION in the environment, else fewer of the later ones.
+// Each one in turn; of the later ones fewer where that would take minutes.
 std::uint64_t nextToFail(std::uint64_t n) {
-    return n + (std::getenv("CORRA_EACH_ALLOCATION") ? 1 : 1 + n / 40);
+    return n + (support::isSlow ? 1 + n / 40 : 1);
 }
 
 // An import that is cut short in the middle is completed by the next one.

@@ -200,7 +200,8 @@ auto parseMembers(
     std::string_view file,
     Warnings& warnings,
     const Read& read) {
-    const json document = parseStrictJson(text, file);
+    const JsonDocument parsed = parseStrictJson(text, file);
+    const json& document = parsed;
     const StatePlace top(file);
     if (!document.is_object()) top.fail("an object", document);
     Warnings found;
@@ -229,7 +230,8 @@ parseRouterCircuits(std::string_view text, std::string_view file, Warnings& warn
 
 std::set<Vorn::IpGenAddr>
 parseRouterSessions(std::string_view text, std::string_view file, Warnings& warnings) {
-    const json document = parseStrictJson(text, file);
+    const JsonDocument parsed = parseStrictJson(text, file);
+    const json& document = parsed;
     const StatePlace top(file);
     Warnings found;
     Members members(top, document, found);

@@ -307,7 +307,8 @@ Roots readState(std::string_view text, std::string_view file) {
             "at most " + std::to_string(maxStateBytes) + " bytes",
             std::to_string(text.size()));
     }
-    const json document = parseStrictJson(text, file);
+    const JsonDocument parsed = parseStrictJson(text, file);
+    const json& document = parsed;
     const auto [format, version, roots] =
         membersAt<3>(top, document, {"format", "version", "roots"}, 3);
     if (*format != stateFormat) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -360,13 +361,13 @@ void readKey(
     } else if (type.isWrapper()) {
         readKey(place, text, *type.fields[0].type, type.fields[0].mutableIn(key));
     } else if (!type.fields.empty() && text.starts_with('{')) {
-        json fields;
+        std::optional<JsonDocument> fields;
         try {
-            fields = parseStrictJson(text, place.file());
+            fields.emplace(parseStrictJson(text, place.file()));
         } catch (const StateError& e) {
             place.fail("in " + inJson(text) + " at " + e.place() + ": " + e.problem());
         }
-        readFieldsWithoutText(place, fields, type, key);
+        readFieldsWithoutText(place, *fields, type, key);
     } else if (type.holdsCollection()) {
         place.fail("an object of fields", json(text));
     } else {

@@ -35,7 +35,7 @@ class Builder {
   public:
     explicit Builder(std::string_view text, std::string_view file) : text_(text), file_(file) {}
 
-    json take() { return std::move(document_); }
+    JsonDocument take() { return std::move(document_); }
 
     bool null() { return add(nullptr); }
     bool boolean(bool value) { return add(value); }
@@ -77,7 +77,7 @@ class Builder {
     };
 
     json* place(json value) {
-        if (open_.empty()) return &(document_ = std::move(value));
+        if (open_.empty()) return &(document_.root() = std::move(value));
         Open& around = open_.back();
         if (around.container->is_array()) {
             around.container->push_back(std::move(value));
@@ -116,13 +116,24 @@ class Builder {
 
     std::string_view text_;
     std::string_view file_;
-    json document_;
+    JsonDocument document_;
     std::vector<Open> open_;
 };
 
+// No deeper than maxJsonDepth.
+void removeMembers(json& value) noexcept {
+    if (!value.is_structured()) return;
+    for (json& member : value) removeMembers(member);
+    value.clear();
+}
+
 }  // namespace
 
-json parseStrictJson(std::string_view text, std::string_view file) {
+JsonDocument::~JsonDocument() {
+    removeMembers(root_);
+}
+
+JsonDocument parseStrictJson(std::string_view text, std::string_view file) {
     Builder builder(text, file);
     json::sax_parse(text, &builder);
     return builder.take();

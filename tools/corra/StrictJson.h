@@ -7,13 +7,31 @@
 #include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string_view>
+#include <utility>
 
 namespace corra {
 
 inline constexpr std::size_t maxJsonDepth = 100;
 
+// A document as it was read. It can be destroyed when memory has run out: nlohmann::json takes
+// some to destroy what has members, and ends the process where there is none.
+class JsonDocument {
+  public:
+    JsonDocument() = default;
+    explicit JsonDocument(nlohmann::json root) noexcept : root_(std::move(root)) {}
+    JsonDocument(JsonDocument&&) = default;
+    JsonDocument& operator=(JsonDocument&&) = delete;
+    ~JsonDocument();
+
+    nlohmann::json& root() noexcept { return root_; }
+    operator const nlohmann::json&() const noexcept { return root_; }
+
+  private:
+    nlohmann::json root_;
+};
+
 // Throws a StateError: with line and column for what is no JSON, with a JSON pointer for a name
 // that stands twice and for what lies too deep.
-nlohmann::json parseStrictJson(std::string_view text, std::string_view file);
+JsonDocument parseStrictJson(std::string_view text, std::string_view file);
 
 }  // namespace corra
