@@ -1,13 +1,12 @@
 // JSON text (RFC 8259) as state files and captures hold it: UTF-8, no name twice in one object,
 // nested no deeper than a bound. Linear in the length of the text, times the logarithm of the
-// size of an object; never recursive.
+// size of an object; read without recursion.
 
 #pragma once
 
 #include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string_view>
-#include <utility>
 
 namespace corra {
 
@@ -18,7 +17,6 @@ inline constexpr std::size_t maxJsonDepth = 100;
 class JsonDocument {
   public:
     JsonDocument() = default;
-    explicit JsonDocument(nlohmann::json root) noexcept : root_(std::move(root)) {}
     JsonDocument(JsonDocument&&) = default;
     JsonDocument& operator=(JsonDocument&&) = delete;
     ~JsonDocument();
