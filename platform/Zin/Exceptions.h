@@ -157,11 +157,11 @@ throwNullPointerException(const Entity& entity, AttributeId attribute, std::stri
 
 }  // namespace GenericIfImpl
 
-// How texts name an attribute, where no entity is at hand: 'Pseudowire::Config, attribute 258
-// (connector)'.
+// How texts name an attribute, where no entity is at hand: 'Pseudowire::Config, attribute 262
+// (patch)'.
 ZIN_EXPORT std::string described(const ZinTypeBase& type, AttributeId attribute);
 // The same of an entity, and of the member under a key of the collection's key type where one
-// is given: 'Pseudowire::Config "pw", attribute 258 (connector), key 'pw1''.
+// is given: 'Pseudowire::Config "pw", attribute 262 (patch), key 'metro-003''.
 ZIN_EXPORT std::string
 described(const Entity& entity, AttributeId attribute, const void* key = nullptr);
 
