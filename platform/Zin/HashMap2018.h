@@ -150,7 +150,7 @@ class ZIN_EXPORT HashMap2018 {
             }
             while (chunk.left > 0) f(nodeAt(chunk.take(sizeof(Node))));
             if (chunk.listLeft == 0) return range.end;
-            chunk = hashed::nextChunk(vt_, chunk);
+            chunk = hashed::nextChunk(vt_, chunk.entries, chunk.listLeft);
         }
     }
 
@@ -385,7 +385,8 @@ class HashMap2018<Coll, K, V>::UnsafeIteratorConst {
     using difference_type = std::ptrdiff_t;
 
     UnsafeIteratorConst() noexcept = default;
-    explicit UnsafeIteratorConst(const HashMap2018& map) noexcept : generic_(vt_, map.core_) {}
+    explicit UnsafeIteratorConst(const HashMap2018& map) noexcept
+        : generic_(vt_, map.core_, sizeof(Node)) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(generic_); }
     const Node& operator*() const noexcept { return nodeAt(generic_.node()); }

@@ -48,19 +48,33 @@ Chunk hashed::firstChunkFrom(
     return rest;
 }
 
-Chunk hashed::nextChunk(const HashMap2018VTable& vt, const Chunk& chunk) noexcept {
-    return listChunk(chunk.entries + bucketMax * vt.entrySize, chunk.listLeft);
+Chunk hashed::nextChunk(
+    const HashMap2018VTable& vt,
+    const char* entries,
+    std::uint32_t listLeft) noexcept {
+    return listChunk(entries + bucketMax * vt.entrySize, listLeft);
 }
 
-// Nothing is read here: a load that waits for memory would hold up those behind it.
+namespace {
+
+constexpr std::size_t lineBytes = 64;
+
+// To the second cache only: more such loads are under way at a time than to the first.
+void fetch(const void* from, std::size_t bytes) noexcept {
+    const char* const line = static_cast<const char*>(from);
+    for (std::size_t offset = 0; offset < bytes; offset += lineBytes) {
+        __builtin_prefetch(line + offset, 0, 1);
+    }
+}
+
+}  // namespace
+
+// Nothing is read here, so it is not known how long the bucket is: a load that waits for memory
+// would hold up those behind it.
 void hashed::fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept {
     if (!isBucket(leaf)) return;
-    __builtin_prefetch(&bucketOf(leaf));
-    constexpr std::size_t lineBytes = 64;
-    const std::size_t bytes = std::min<std::size_t>(10 * vt.entrySize, 16 * lineBytes);
-    for (std::size_t offset = 0; offset < bytes; offset += lineBytes) {
-        __builtin_prefetch(bucketOf(leaf).entries() + offset);
-    }
+    const std::size_t bytes = sizeof(Bucket) + bucketMax * vt.entrySize;
+    fetch(&bucketOf(leaf), std::min<std::size_t>(bytes, 24 * lineBytes));
 }
 
 // ---- safe ----
@@ -132,7 +146,7 @@ bool HashMap2018IteratorGeneric::takeNext(const VTable& vt) noexcept {
                 return true;
         }
         if (chunk_.listLeft == 0) return false;
-        chunk_ = nextChunk(vt, chunk_);
+        chunk_ = nextChunk(vt, chunk_.entries, chunk_.listLeft);
     }
 }
 
@@ -160,19 +174,23 @@ void HashMap2018IteratorGeneric::nextLeaf(const VTable& vt) noexcept {
     next_ = HashMap2018Generic::hashEnd;
 }
 
-// ---- unsafe ----
+// ---- leaves ----
 
 namespace {
 
-// In large maps the last directories are narrow, and each of their leaves is a cache miss.
+// In large maps the last directories are narrow, and each of their leaves is a cache miss. So
+// the leaves are fetched of a directory so far behind the current one, which is some ten
+// buckets: those of the next come too late.
+constexpr std::size_t directoriesAhead = 2;
+
 constexpr bool isNarrow(Slot slot) noexcept {
     return isDirectory(slot) && bitsOf(slot) <= 4;
 }
 
 }  // namespace
 
-void HashMap2018UnsafeIteratorConstGeneric::enterDirectory() noexcept {
-    slot_ = &hashMap_->root_;
+void Leaves::enterDirectory() noexcept {
+    slot_ = root_;
     slotsEnd_ = slot_ + 1;
     ahead_ = aheadEnd_ = nullptr;
     bits_ = 0;
@@ -181,9 +199,14 @@ void HashMap2018UnsafeIteratorConstGeneric::enterDirectory() noexcept {
     while (isDirectory(*slot_)) {
         const Slot directory = *slot_;
         const Slot* const slots = directoryOf(directory).slots();
-        if (slotsEnd_ - slot_ > 1 && isNarrow(slot_[1])) {
-            ahead_ = directoryOf(slot_[1]).slots();
-            aheadEnd_ = ahead_ + (std::size_t{1} << bitsOf(slot_[1]));
+        const auto behind = static_cast<std::size_t>(slotsEnd_ - slot_);
+        if (behind > directoriesAhead && isNarrow(slot_[directoriesAhead])) {
+            const Slot ahead = slot_[directoriesAhead];
+            ahead_ = directoryOf(ahead).slots();
+            aheadEnd_ = ahead_ + (std::size_t{1} << bitsOf(ahead));
+            if (behind > directoriesAhead + 1) {
+                fetch(&directoryOf(slot_[directoriesAhead + 1]), 2 * lineBytes);
+            }
         }
         bits_ = static_cast<std::uint8_t>(bitsOf(directory));
         slotBits_ = static_cast<std::uint8_t>(slotBits_ - bits_);
@@ -194,23 +217,16 @@ void HashMap2018UnsafeIteratorConstGeneric::enterDirectory() noexcept {
     }
 }
 
-void HashMap2018UnsafeIteratorConstGeneric::nextLeaf(const VTable& vt) noexcept {
-    if (chunk_.listLeft > 0) {
-        chunk_ = nextChunk(vt, chunk_);
-        iter_ = chunk_.take(vt.entrySize);
-        return;
-    }
+Chunk Leaves::next(const HashMap2018VTable& vt) noexcept {
     while (next_ < HashMap2018Generic::hashEnd) {
         if (slot_ == slotsEnd_ || isDirectory(*slot_)) enterDirectory();
         const Slot leaf = *slot_;
         step(vt, isList(leaf) ? 1 : std::size_t{1} << (bits_ - bucketOf(leaf).depth));
         if (slot_ != slotsEnd_) __builtin_prefetch(&directoryOf(*slot_));
-        chunk_ = firstChunk(vt, leaf);
-        if (chunk_.left == 0) continue;
-        iter_ = chunk_.take(vt.entrySize);
-        return;
+        const Chunk chunk = firstChunk(vt, leaf);
+        if (chunk.left != 0) return chunk;
     }
-    iter_ = nullptr;
+    return {};
 }
 
 }  // namespace Zin

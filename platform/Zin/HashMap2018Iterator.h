@@ -46,11 +46,54 @@ ZIN_EXPORT Chunk firstChunkFrom(
     const HashMap2018VTable& vt,
     const HashMap2018Generic::LeafRange& range,
     std::uint32_t from) noexcept;
-// REQUIRES: chunk.listLeft > 0, and all of the chunk was taken.
-ZIN_EXPORT Chunk nextChunk(const HashMap2018VTable& vt, const Chunk& chunk) noexcept;
+// What follows a chunk of a list with these entries. REQUIRES: all of it was taken, and
+// listLeft > 0.
+ZIN_EXPORT Chunk
+nextChunk(const HashMap2018VTable& vt, const char* entries, std::uint32_t listLeft) noexcept;
 
 // Brings a leaf nearer that will be visited next, without waiting for it.
 ZIN_EXPORT void fetchLeaf(const HashMap2018VTable& vt, Slot leaf) noexcept;
+
+// The leaves of a trie one after the other, in the order of hashes. The trie must stay as it
+// is.
+class ZIN_EXPORT Leaves {
+  public:
+    Leaves() noexcept = default;
+    explicit Leaves(const Slot& root) noexcept : root_(&root) {}
+
+    // The first chunk of the next leaf that has members; empty at the end.
+    Chunk next(const HashMap2018VTable& vt) noexcept;
+    // The same where that leaf is in the same directory and needs nothing else, or empty.
+    [[gnu::always_inline]] Chunk neighbour(const HashMap2018VTable& vt) noexcept {
+        if (slot_ == slotsEnd_ || !isBucket(*slot_)) return {};
+        const Bucket& bucket = bucketOf(*slot_);
+        if (bucket.count == 0 || !bucket.settled()) return {};
+        step(vt, std::size_t{1} << (bits_ - bucket.depth));
+        return {bucket.entries(), bucket.order() & order::positions, bucket.count, 0};
+    }
+
+  private:
+    void step(const HashMap2018VTable& vt, std::size_t slots) noexcept {
+        slot_ += slots;
+        next_ += std::uint64_t{slots} << slotBits_;
+        for (; slots != 0 && ahead_ != aheadEnd_; --slots, ++ahead_) {
+            if (*ahead_ != fetched_) fetchLeaf(vt, fetched_ = *ahead_);
+        }
+    }
+    void enterDirectory() noexcept;
+
+    const Slot* root_ = nullptr;
+    // The directory that holds the next leaf: its slots from there on.
+    const Slot* slot_ = nullptr;
+    const Slot* slotsEnd_ = nullptr;
+    // In large maps, those of a directory behind it, whose leaves are fetched meanwhile.
+    const Slot* ahead_ = nullptr;
+    const Slot* aheadEnd_ = nullptr;
+    Slot fetched_ = 0;
+    std::uint64_t next_ = 0;  // the hash at which the next leaf begins
+    std::uint8_t bits_ = 0;
+    std::uint8_t slotBits_ = 0;  // a slot covers 2^slotBits hashes
+};
 
 }  // namespace hashed
 
@@ -115,11 +158,13 @@ class ZIN_EXPORT HashMap2018UnsafeIteratorConstGeneric {
     using VTable = HashMap2018VTable;
 
     HashMap2018UnsafeIteratorConstGeneric() noexcept = default;
-    HashMap2018UnsafeIteratorConstGeneric(
+    // The entry size of the operation table again, where the caller knows it as a constant.
+    [[gnu::always_inline]] HashMap2018UnsafeIteratorConstGeneric(
         const VTable& vt,
-        const HashMap2018Generic& map) noexcept
-        : hashMap_(&map), version_(map.version()) {
-        nextLeaf(vt);
+        const HashMap2018Generic& map,
+        std::size_t entrySize) noexcept
+        : hashMap_(&map), version_(map.version()), leaves_(map.root_) {
+        if (nextLeaf(vt)) iter_ = chunk_.take(entrySize);
     }
 
     explicit operator bool() const noexcept {
@@ -131,55 +176,40 @@ class ZIN_EXPORT HashMap2018UnsafeIteratorConstGeneric {
         ZIN_ASSERT(iter_, "HashMap2018");
         return iter_;
     }
-    // The entry size of the operation table again, where the caller knows it as a constant.
-    void advance(const VTable& vt, std::size_t entrySize) noexcept {
+    // Inlined with what it calls, which works on copies: an iterator whose address nobody takes
+    // is kept in registers.
+    [[gnu::always_inline]] void advance(const VTable& vt, std::size_t entrySize) noexcept {
         check();
-        if (chunk_.left == 0 && !takeNeighbour(vt)) [[unlikely]] {
-            nextLeaf(vt);
-            return;
-        }
-        iter_ = chunk_.take(entrySize);
+        iter_ = chunk_.left != 0 || refill(vt) ? chunk_.take(entrySize) : nullptr;
     }
 
   private:
     void check() const noexcept {
         ZIN_ASSERT(version_ == hashMap_->version(), "HashMap2018UnsafeIteratorConstGeneric");
     }
-    // The next leaf, where it is in the same directory and needs nothing else.
-    bool takeNeighbour(const VTable& vt) noexcept {
-        if (slot_ == slotsEnd_ || chunk_.listLeft != 0) return false;
-        const hashed::Slot leaf = *slot_;
-        if (!hashed::isBucket(leaf)) return false;
-        const hashed::Bucket& bucket = hashed::bucketOf(leaf);
-        if (bucket.count == 0 || !bucket.settled()) return false;
-        step(vt, std::size_t{1} << (bits_ - bucket.depth));
-        chunk_ = {bucket.entries(), bucket.order() & hashed::order::positions, bucket.count, 0};
-        return true;
-    }
-    void step(const VTable& vt, std::size_t slots) noexcept {
-        slot_ += slots;
-        next_ += std::uint64_t{slots} << slotBits_;
-        for (; slots != 0 && ahead_ != aheadEnd_; --slots, ++ahead_) {
-            if (*ahead_ != fetched_) hashed::fetchLeaf(vt, fetched_ = *ahead_);
+    // False at the end.
+    [[gnu::always_inline]] bool refill(const VTable& vt) noexcept {
+        if (chunk_.listLeft > 0) [[unlikely]] {
+            const hashed::Chunk chunk = hashed::nextChunk(vt, chunk_.entries, chunk_.listLeft);
+            chunk_ = chunk;
+            return true;
         }
+        chunk_ = leaves_.neighbour(vt);
+        return chunk_.left != 0 || nextLeaf(vt);
     }
-    void nextLeaf(const VTable& vt) noexcept;
-    void enterDirectory() noexcept;
+    [[gnu::always_inline]] bool nextLeaf(const VTable& vt) noexcept {
+        hashed::Leaves leaves = leaves_;
+        const hashed::Chunk chunk = leaves.next(vt);
+        leaves_ = leaves;
+        chunk_ = chunk;
+        return chunk_.left != 0;
+    }
 
     const HashMap2018Generic* hashMap_ = nullptr;
     const void* iter_ = nullptr;
     hashed::Chunk chunk_;
-    // The directory that holds the next leaf: its slots from there on.
-    const hashed::Slot* slot_ = nullptr;
-    const hashed::Slot* slotsEnd_ = nullptr;
-    // In large maps, those of the directory behind it, whose leaves are fetched meanwhile.
-    const hashed::Slot* ahead_ = nullptr;
-    const hashed::Slot* aheadEnd_ = nullptr;
-    hashed::Slot fetched_ = 0;
-    std::uint64_t next_ = 0;  // the hash at which the next leaf begins
     std::uint32_t version_ = 0;
-    std::uint8_t bits_ = 0;
-    std::uint8_t slotBits_ = 0;  // a slot covers 2^slotBits hashes
+    hashed::Leaves leaves_;
 };
 
 }  // namespace Zin
