@@ -13,7 +13,7 @@
 namespace endtoend {
 
 // The first is for trying out: what is measured with so few means nothing.
-inline constexpr std::uint32_t sizes[] = {1'000, 100'000, 1'000'000};
+inline constexpr std::uint32_t sizes[] = {1'000, 10'000, 100'000, 1'000'000};
 // The most members of benchmarks in which somebody does not read.
 inline constexpr std::uint32_t mostStalled = 100'000;
 
