@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include <compare>
 #include <concepts>
 #include <type_traits>
 
@@ -45,6 +46,18 @@ constexpr bool fieldsEqual(const T& a, const T& b) {
     });
 }
 
+// Also of a field that knows < alone.
+template <class F>
+constexpr std::weak_ordering threeWay(const F& a, const F& b) {
+    if constexpr (std::three_way_comparable<F, std::weak_ordering>) {
+        return a <=> b;
+    } else {
+        return a < b   ? std::weak_ordering::less
+               : b < a ? std::weak_ordering::greater
+                       : std::weak_ordering::equivalent;
+    }
+}
+
 }  // namespace detail
 
 // Field by field; those that lie in the value itself first, as others may wait for memory.
@@ -53,16 +66,15 @@ constexpr bool operator==(const T& a, const T& b) {
     return detail::fieldsEqual<true>(a, b) && detail::fieldsEqual<false>(a, b);
 }
 
-// The first field that differs decides, with its own order.
+// The first field that differs decides, with its own order. Each field is compared once.
 template <OrderedValue T>
-constexpr bool operator<(const T& a, const T& b) {
-    bool less = false;
+constexpr std::weak_ordering operator<=>(const T& a, const T& b) {
+    std::weak_ordering order = std::weak_ordering::equivalent;
     (void)schemaOf<T>.any([&](auto field) {
-        if (field.in(a) == field.in(b)) return false;
-        less = field.in(a) < field.in(b);
-        return true;
+        order = detail::threeWay(field.in(a), field.in(b));
+        return std::is_neq(order);
     });
-    return less;
+    return order;
 }
 
 }  // namespace describe

@@ -177,14 +177,30 @@ class RbTreeMap {
     static Member* memberOf(RbTreeNode* node) noexcept {
         return node ? &nodeOf(*node) : nullptr;
     }
+    // Whether a comparison reads more memory than the node.
+    static constexpr bool comparesFarAway =
+        std::three_way_comparable<K> && !std::is_trivially_copyable_v<K>;
+
     static RbTreeNode* below(const RbTreeNode& node, bool left) noexcept {
+        if constexpr (comparesFarAway) {
+            // A branch that no compiler turns into a conditional move: a processor goes on with
+            // the child that it guesses while it waits for what the comparison reads.
+            if (left) {
+                RbTreeNode* child = RbTreeMapGeneric::leftOf(node);
+                asm volatile("" : "+r"(child));
+                return child;
+            }
+            return RbTreeMapGeneric::rightOf(node);
+        }
         return left ? RbTreeMapGeneric::leftOf(node) : RbTreeMapGeneric::rightOf(node);
     }
 
-    // Where a comparison reads memory, one per node; else two, which processors overlap.
+    // Where it is far away, one comparison per node; else two, which processors overlap.
     static std::weak_ordering compared(const K& key, RbTreeNode& node) noexcept {
         const auto& other = Coll::keyOf(nodeOf(node));
-        if constexpr (std::three_way_comparable<K> && !std::is_trivially_copyable_v<K>) {
+        if constexpr (comparesFarAway) {
+            __builtin_prefetch(RbTreeMapGeneric::leftOf(node));
+            __builtin_prefetch(RbTreeMapGeneric::rightOf(node));
             return key <=> other;
         } else {
             return key == other  ? std::weak_ordering::equivalent
