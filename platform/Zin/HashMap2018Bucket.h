@@ -19,7 +19,7 @@
 // order word, which every reader would set to the same value.
 //
 // Internal to the hashed collections. ZIN_HASHMAP_PORTABLE selects, for tests, what machines
-// without SSE2 and without 64-bit atomics use.
+// without 64-bit atomics and those without vector instructions use.
 
 #pragma once
 
@@ -27,14 +27,9 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "Zin/Export.h"
-
-#if defined(__SSE2__) && !defined(ZIN_HASHMAP_PORTABLE)
-#include <emmintrin.h>
-#define ZIN_HASHMAP_SSE2 1
-#endif
+#include "Zin/HashMap2018Fingerprints.h"
 
 namespace Zin::hashed {
 
@@ -105,100 +100,6 @@ constexpr unsigned positionsIn(std::uint64_t word) noexcept {
 // What directories, buckets and lists start with.
 struct Counted {
     std::uint32_t references;
-};
-
-// One byte of the hash, never 0, tells most other entries apart before keys are compared.
-constexpr std::uint8_t fingerprintOf(std::uint32_t hash) noexcept {
-    const unsigned low = hash & 0xff;
-    return static_cast<std::uint8_t>(low + (low == 0 ? 1 : 0));
-}
-
-// Of 16 bytes at a 16-byte boundary, bit i of the results tells of bytes[i].
-#if defined(ZIN_HASHMAP_SSE2)
-inline unsigned equalBytes(const std::uint8_t* bytes, __m128i wanted) noexcept {
-    const __m128i all = _mm_load_si128(reinterpret_cast<const __m128i*>(bytes));
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(all, wanted)));
-}
-inline unsigned zeroBytes(const std::uint8_t* bytes) noexcept {
-    return equalBytes(bytes, _mm_setzero_si128());
-}
-// How many are not 0. (Not all of these machines count bits in one instruction.)
-inline unsigned nonzeroBytes(const std::uint8_t* bytes) noexcept {
-    const __m128i all = _mm_load_si128(reinterpret_cast<const __m128i*>(bytes));
-    const __m128i each = _mm_min_epu8(all, _mm_set1_epi8(1));
-    const __m128i halves = _mm_sad_epu8(each, _mm_setzero_si128());
-    return static_cast<unsigned>(
-        _mm_cvtsi128_si32(halves) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(halves, halves)));
-}
-// Which are the fingerprint of the hash. That it is not 0 costs one instruction here.
-inline unsigned fingerprintBytes(const std::uint8_t* bytes, std::uint32_t hash) noexcept {
-    const __m128i low = _mm_set1_epi8(static_cast<char>(hash));
-    return equalBytes(bytes, _mm_max_epu8(low, _mm_set1_epi8(1)));
-}
-// Of 16 words, bit i of the result is that bit of words[i].
-inline unsigned bitOfWords(const std::uint32_t* words, unsigned bit) noexcept {
-    const __m128i toSign = _mm_cvtsi32_si128(static_cast<int>(31 - bit));
-    unsigned bits = 0;
-    for (unsigned i = 0; i < 16; i += 4) {
-        const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i*>(words + i));
-        const __m128 signs = _mm_castsi128_ps(_mm_sll_epi32(four, toSign));
-        bits |= static_cast<unsigned>(_mm_movemask_ps(signs)) << i;
-    }
-    return bits;
-}
-#else
-inline unsigned bitOfWords(const std::uint32_t* words, unsigned bit) noexcept {
-    unsigned bits = 0;
-    for (unsigned i = 0; i < 16; ++i) bits |= (words[i] >> bit & 1) << i;
-    return bits;
-}
-// A word of the machine at a time, and loaded as one: put together from bytes, which compilers
-// do not see through here, this took five times as long.
-inline unsigned equalBytes(const std::uint8_t* bytes, std::uint8_t wanted) noexcept {
-    using Word = std::uintptr_t;
-    constexpr unsigned size = sizeof(Word);
-    constexpr Word ones = ~Word{0} / 255;  // in each byte
-    constexpr Word lowSeven = ones * 127;
-    // A multiplication by this brings the lowest bits of all bytes together in the last one.
-    constexpr Word gather = [] {
-        Word factor = 0;
-        for (unsigned i = 0; i < size; ++i) factor |= Word{1} << (8 * (size - 1) - 7 * i);
-        return factor;
-    }();
-    unsigned equal = 0;
-    for (unsigned i = 0; i < 16; i += size) {
-        Word word;
-        std::memcpy(&word, bytes + i, size);
-        if constexpr (std::endian::native == std::endian::big) {
-            word = size == 8
-                       ? static_cast<Word>(__builtin_bswap64(word))
-                       : static_cast<Word>(__builtin_bswap32(static_cast<std::uint32_t>(word)));
-        }
-        word ^= wanted * ones;
-        const Word zeros = ~(((word & lowSeven) + lowSeven) | word | lowSeven) >> 7;
-        const Word gathered = zeros * gather >> (8 * (size - 1)) & ((Word{1} << size) - 1);
-        equal |= static_cast<unsigned>(gathered) << i;
-    }
-    return equal;
-}
-inline unsigned zeroBytes(const std::uint8_t* bytes) noexcept {
-    return equalBytes(bytes, 0);
-}
-inline unsigned nonzeroBytes(const std::uint8_t* bytes) noexcept {
-    return 16U - static_cast<unsigned>(std::popcount(zeroBytes(bytes)));
-}
-inline unsigned fingerprintBytes(const std::uint8_t* bytes, std::uint32_t hash) noexcept {
-    return equalBytes(bytes, fingerprintOf(hash));
-}
-#endif
-
-// Of the entries of a bucket by their positions. 0 marks a free position; the last byte is
-// always 0.
-struct alignas(16) Fingerprints {
-    std::uint8_t at[16];
-
-    unsigned matches(std::uint32_t hash) const noexcept { return fingerprintBytes(at, hash); }
-    unsigned members() const noexcept { return nonzeroBytes(at); }
 };
 
 struct alignas(16) Bucket : Counted {

@@ -1,6 +1,7 @@
 #include "Zin/HashMap2018Core.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <utility>
 

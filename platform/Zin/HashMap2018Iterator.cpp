@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Zin/HashMap2018Trie.h"
+#include "Zin/Prefetch.h"
 
 namespace Zin {
 
@@ -59,11 +60,10 @@ namespace {
 
 constexpr std::size_t lineBytes = 64;
 
-// To the second cache only: more such loads are under way at a time than to the first.
 void fetch(const void* from, std::size_t bytes) noexcept {
     const char* const line = static_cast<const char*>(from);
     for (std::size_t offset = 0; offset < bytes; offset += lineBytes) {
-        __builtin_prefetch(line + offset, 0, 1);
+        prefetchFar(line + offset);
     }
 }
 
@@ -222,7 +222,7 @@ Chunk Leaves::next(const HashMap2018VTable& vt) noexcept {
         if (slot_ == slotsEnd_ || isDirectory(*slot_)) enterDirectory();
         const Slot leaf = *slot_;
         step(vt, isList(leaf) ? 1 : std::size_t{1} << (bits_ - bucketOf(leaf).depth));
-        if (slot_ != slotsEnd_) __builtin_prefetch(&directoryOf(*slot_));
+        if (slot_ != slotsEnd_) prefetch(&directoryOf(*slot_));
         const Chunk chunk = firstChunk(vt, leaf);
         if (chunk.left != 0) return chunk;
     }

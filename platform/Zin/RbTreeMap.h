@@ -20,6 +20,7 @@
 #include <utility>
 
 #include "Zin/HashMap2018Node.h"
+#include "Zin/Prefetch.h"
 #include "Zin/Ptr.h"
 #include "Zin/RbTreeMapCore.h"
 #include "Zin/RbTreeMapNode.h"
@@ -199,8 +200,8 @@ class RbTreeMap {
     static std::weak_ordering compared(const K& key, RbTreeNode& node) noexcept {
         const auto& other = Coll::keyOf(nodeOf(node));
         if constexpr (comparesFarAway) {
-            __builtin_prefetch(RbTreeMapGeneric::leftOf(node));
-            __builtin_prefetch(RbTreeMapGeneric::rightOf(node));
+            prefetch(RbTreeMapGeneric::leftOf(node));
+            prefetch(RbTreeMapGeneric::rightOf(node));
             return key <=> other;
         } else {
             return key == other  ? std::weak_ordering::equivalent

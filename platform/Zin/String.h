@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "Zin/Export.h"
+#include "Zin/Prefetch.h"
 #include "Zin/RefCount.h"
 
 namespace Zin {
@@ -97,7 +98,7 @@ class ZIN_EXPORT String {
     explicit operator bool() const noexcept { return !empty(); }
 
     // Brings the characters nearer without waiting for them.
-    void fetch() const noexcept { __builtin_prefetch(storage_); }
+    void fetch() const noexcept { prefetch(storage_); }
 
     friend bool operator==(const String& a, const String& b) noexcept {
         return a.storage_ == b.storage_ || a.view() == b.view();
