@@ -107,7 +107,7 @@ def slower(factor):
 
 
 targets_of_run = {
-    "small-pages": list(_hashed()),
+    "large-pages": list(_hashed()),
     "portable": list(slower(2)),
     "x86-32": list(slower(2)),
 }
